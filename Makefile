@@ -1,0 +1,51 @@
+# make demo     builds the tools and runs them on the districts of Luxembourg
+# make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers)
+# make bench    the fast ways against the plain ones
+# make install  puts `orlinths` under PREFIX
+# Each installs the Debian packages it misses (as root, or through sudo).
+
+PRESET ?= release
+PREFIX ?= /usr/local
+BUILD := build/$(PRESET)
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?=
+
+TOOLS := g++ cmake ninja-build ccache pkg-config locales ca-certificates
+LIBRARIES := libgdal-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
+CHECKS := libgtest-dev libgmock-dev libbenchmark-dev gdal-bin
+
+.PHONY: all demo test bench install packages configure clean
+all: configure
+	cmake --build $(BUILD) --parallel $(JOBS)
+
+packages:
+	@missing=$$(for p in $(TOOLS) $(LIBRARIES) $(CHECKS); do \
+	    dpkg-query -W -f '$${Status}' $$p 2>/dev/null | grep -q 'ok installed' || echo $$p; done); \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:" $$missing; \
+	  root=; [ "$$(id -u)" = 0 ] || root=sudo; \
+	  $$root apt-get update -qq && \
+	  $$root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $$missing >/dev/null; \
+	fi
+
+configure: packages
+	@mkdir -p $(BUILD)
+	@cmake --preset $(PRESET) $(CMAKE_FLAGS) >$(BUILD)/configure.log 2>&1 || { cat $(BUILD)/configure.log; exit 1; }
+
+demo: configure
+	@cmake --build $(BUILD) --parallel $(JOBS) --target orlinths
+	@sh examples/demo.sh $(BUILD)
+
+test: all
+	@ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS)
+
+bench: all
+	@for program in $(BUILD)/bench/*Bench; do $$program; done
+
+install: packages
+	cmake --preset no-qgis -DCMAKE_INSTALL_PREFIX=$(PREFIX) >/dev/null
+	cmake --build build/no-qgis --parallel $(JOBS) --target orlinths
+	cmake --install build/no-qgis
+
+clean:
+	rm -rf build

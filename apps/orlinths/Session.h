@@ -1,0 +1,100 @@
+// A session: a map, the replies to questions, and what a user does, step by step. Paths in it are
+// absolute.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "data/Table.h"
+
+namespace orlinths {
+
+/// A layer of the map, or a group with layers of its own.
+struct LayerEntry {
+  std::string name;  ///< empty: the platform's own
+  std::string path;  ///< empty for a group
+  std::string where;
+  std::optional<std::vector<Oid>> selection;
+  std::vector<LayerEntry> layers;
+
+  bool IsGroup() const { return path.empty(); }
+  bool operator==(const LayerEntry&) const = default;
+};
+
+/// Top first.
+struct MapContents {
+  std::string spatialReference;
+  std::vector<LayerEntry> layers;
+  std::vector<LayerEntry> tables;
+  bool operator==(const MapContents&) const = default;
+};
+
+struct ReplyRule {
+  std::string pattern;  ///< `*` stands for any run of characters
+  bool yes = false;
+  bool once = false;  ///< used up by its first match
+  bool operator==(const ReplyRule&) const = default;
+};
+
+/// What a control is set to: on or off, a text (numbers and dates too), or the items of a list.
+using SetValue = std::variant<bool, std::string, std::vector<std::string>>;
+
+namespace steps {
+
+struct Click {
+  std::string className;
+  bool operator==(const Click&) const = default;
+};
+struct Set {
+  std::string control;
+  SetValue to;
+  bool operator==(const Set&) const = default;
+};
+struct Pick {
+  std::optional<std::string> path;  ///< nothing: the file dialog is cancelled
+  bool operator==(const Pick&) const = default;
+};
+struct Press {
+  std::string control;
+  std::optional<Pick> pick;
+  bool operator==(const Press&) const = default;
+};
+struct Show {
+  bool operator==(const Show&) const = default;
+};
+struct Select {
+  std::string layer;
+  std::vector<Oid> oids;
+  bool operator==(const Select&) const = default;
+};
+enum class MouseAction { kDown, kMove, kUp, kDouble };
+struct Mouse {
+  MouseAction action = MouseAction::kDown;
+  int button = 1;
+  int shift = 0;
+  int x = 0;
+  int y = 0;
+  bool operator==(const Mouse&) const = default;
+};
+
+}  // namespace steps
+
+struct Step {
+  std::variant<steps::Click, steps::Set, steps::Press, steps::Show, steps::Select, steps::Mouse>
+      what;
+  int number = 0;  ///< its place in the session file, from 1; 0 for a step of no file
+  bool operator==(const Step& other) const { return what == other.what; }
+};
+
+struct Session {
+  std::optional<std::int64_t> clock;
+  MapContents map;
+  std::vector<ReplyRule> replies;
+  std::vector<Step> steps;
+  bool operator==(const Session&) const = default;
+};
+
+}  // namespace orlinths

@@ -1,0 +1,42 @@
+#include "component/Component.h"
+
+#include <memory>
+
+#include "host/Commands.h"
+#include "overlay/IntersectPoints.h"
+#include "raster/ZonalStats.h"
+#include "sampling/RandomPoints.h"
+#include "tables/AddArea.h"
+#include "tables/AddLength.h"
+#include "tables/AddXY.h"
+
+namespace orlinths {
+namespace {
+
+struct Tool {
+  const char* dialog;
+  std::unique_ptr<Dialog> (*make)();
+};
+
+template <class T>
+std::unique_ptr<Dialog> Make() {
+  return std::make_unique<T>();
+}
+
+/// One line a tool, folder by folder.
+constexpr Tool kTools[] = {
+    {"frmISectPnt", Make<frmISectPnt>},
+    {"frmZonalStats", Make<frmZonalStats>},
+    {"frmRandomPoints", Make<frmRandomPoints>},
+    {"frmAddArea", Make<frmAddArea>},
+    {"frmAddLength", Make<frmAddLength>},
+    {"frmAddXY", Make<frmAddXY>},
+};
+
+}  // namespace
+
+void RegisterTools() {
+  for (const Tool& tool : kTools) RegisterDialog(tool.dialog, tool.make);
+}
+
+}  // namespace orlinths

@@ -1,0 +1,123 @@
+#include "data/Layers.h"
+
+#include "data/Application.h"
+#include "runtime/Files.h"
+#include "runtime/Ports.h"
+
+namespace orlinths {
+namespace {
+
+std::string Both(const std::string& a, const std::string& b) {
+  if (a.empty() || b.empty()) return a + b;
+  return "(" + a + ") AND (" + b + ")";
+}
+
+}  // namespace
+
+IFeatureLayer::IFeatureLayer(FeatureClassPtr featureClass)
+    : ILayer(NotNothing(featureClass.get()).Name()),
+      class_(std::move(featureClass)),
+      sourcePath_(class_->Path()) {}
+
+IFeatureLayer::IFeatureLayer(std::string name, std::string sourcePath)
+    : ILayer(std::move(name)), sourcePath_(std::move(sourcePath)) {}
+
+Envelope IFeatureLayer::Extent() const { return class_ ? class_->Extent() : Envelope{}; }
+
+std::string IFeatureLayer::SourcePath() const { return sourcePath_; }
+
+GeometryType IFeatureLayer::ShapeType() const {
+  return class_ ? class_->ShapeType() : GeometryType::kNull;
+}
+
+void IFeatureLayer::SetDefinitionQuery(const std::string& where) {
+  if (!where.empty()) {
+    // Some formats parse an expression only when the first row is asked for.
+    QueryFilter filter;
+    filter.where = where;
+    filter.withShape = false;
+    FeatureClass().Search(filter)->Next();
+  }
+  definitionQuery_ = where;
+  visible_.reset();
+}
+
+const ISelectionSet& IFeatureLayer::Visible() const {
+  const std::uint64_t now = FeatureClass().ChangeCount();
+  if (!visible_ || visibleAt_ != now) {
+    QueryFilter filter;
+    filter.where = definitionQuery_;
+    visible_ = class_->Select(filter);
+    visibleAt_ = now;
+  }
+  return *visible_;
+}
+
+CursorPtr IFeatureLayer::Search(const QueryFilter& filter) const {
+  if (definitionQuery_.empty()) return FeatureClass().Search(filter);
+  QueryFilter both = filter;
+  both.where = Both(definitionQuery_, filter.where);
+  return FeatureClass().Search(both);
+}
+
+CursorPtr IFeatureLayer::SearchSelected(const QueryFilter& what) const {
+  return FeatureClass().SearchOids(selection_.Oids(), what);
+}
+
+void IFeatureLayer::SetSelectionSet(ISelectionSet selection) {
+  std::vector<Oid> there;
+  for (const Oid oid : selection.Oids())
+    if (FeatureClass().HasRow(oid)) there.push_back(oid);
+  selection_ = ISelectionSet(std::move(there));
+}
+
+void IFeatureLayer::AddToSelection(Oid oid) {
+  if (FeatureClass().HasRow(oid)) selection_.Add(oid);
+}
+
+void IFeatureLayer::SelectFeatures(const QueryFilter& filter) {
+  QueryFilter both = filter;
+  both.where = Both(definitionQuery_, filter.where);
+  selection_ = FeatureClass().Select(both);
+}
+
+void IFeatureLayer::SelectionChanged() const {
+  if (gMap) gMap->SelectionChanged(*this);
+}
+
+std::vector<Oid> IFeatureLayer::Identify(double x, double y) const {
+  std::vector<Oid> oids;
+  Identify(x, y, oids);
+  return oids;
+}
+
+void IFeatureLayer::Identify(double x, double y, std::vector<Oid>& oids) const {
+  FeatureClass().FeaturesAt(x, y, oids);
+  if (definitionQuery_.empty() || oids.empty()) return;
+  const ISelectionSet& visible = Visible();
+  std::erase_if(oids, [&](Oid oid) { return !visible.Contains(oid); });
+}
+
+IRasterLayer::IRasterLayer(RasterDatasetPtr dataset)
+    : ILayer(NotNothing(dataset.get()).Name()),
+      dataset_(std::move(dataset)),
+      sourcePath_(dataset_->Path()) {}
+
+IRasterLayer::IRasterLayer(std::string name, std::string sourcePath)
+    : ILayer(std::move(name)), sourcePath_(std::move(sourcePath)) {}
+
+Envelope IRasterLayer::Extent() const { return dataset_ ? dataset_->Extent() : Envelope{}; }
+
+std::string IRasterLayer::SourcePath() const { return sourcePath_; }
+
+int IRasterLayer::BandCount() const { return dataset_ ? dataset_->BandCount() : 0; }
+
+IStandaloneTable::IStandaloneTable(TablePtr table)
+    : name_(NotNothing(table.get()).Name()),
+      table_(std::move(table)),
+      sourcePath_(table_->Path()) {}
+
+IStandaloneTable::IStandaloneTable(std::string name, std::string sourcePath)
+    : name_(std::move(name)), sourcePath_(std::move(sourcePath)) {}
+
+}  // namespace orlinths

@@ -1,0 +1,140 @@
+#include "data/Table.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "runtime/Ports.h"
+
+namespace orlinths {
+namespace {
+
+/// Total order of what a column may hold: null, then numbers that are none, then `Compare`.
+int Order(const Value& a, const Value& b) {
+  const auto rank = [](const Value& v) {
+    if (v.IsNull()) return 0;
+    const double* wide = v.As<double>();
+    const float* single = v.As<float>();
+    return (wide && std::isnan(*wide)) || (single && std::isnan(*single)) ? 1 : 2;
+  };
+  const int rankA = rank(a), rankB = rank(b);
+  if (rankA != rankB) return rankA < rankB ? -1 : 1;
+  return rankA < 2 ? 0 : Compare(a, b);
+}
+
+template <class T>
+const T& Typed(const Geometry& shape) {
+  if (shape.IsEmpty()) throw RuntimeError(ErrorNumber::kObjectNotSet);
+  const T* held = shape.As<T>();
+  if (held == nullptr) throw RuntimeError(ErrorNumber::kTypeMismatch);
+  return *held;
+}
+
+[[noreturn]] void NotThisCursor(const char* what) {
+  throw RuntimeError::Platform(std::string("This cursor does not ") + what + " rows.");
+}
+
+}  // namespace
+
+const Point& IRow::Point() const { return Typed<orlinths::Point>(Shape()); }
+const Polyline& IRow::Line() const { return Typed<Polyline>(Shape()); }
+const Polygon& IRow::Polygon() const { return Typed<orlinths::Polygon>(Shape()); }
+
+void ICursor::UpdateRow(IRow&) { NotThisCursor("update"); }
+void ICursor::DeleteRow(IRow&) { NotThisCursor("delete"); }
+Oid ICursor::InsertRow(IRow&) { NotThisCursor("insert"); }
+
+ISelectionSet::ISelectionSet(std::vector<Oid> oids) : oids_(std::move(oids)) {}
+
+void ISelectionSet::Settle() const {
+  if (settled_ == oids_.size()) return;
+  const auto tail = oids_.begin() + static_cast<std::ptrdiff_t>(settled_);
+  if (oids_.end() - tail > 1) std::sort(tail, oids_.end());
+  std::inplace_merge(oids_.begin(), tail, oids_.end());
+  oids_.erase(std::unique(oids_.begin(), oids_.end()), oids_.end());
+  settled_ = oids_.size();
+}
+
+bool ISelectionSet::Contains(Oid oid) const {
+  Settle();
+  return std::binary_search(oids_.begin(), oids_.end(), oid);
+}
+
+void ISelectionSet::Add(Oid oid) {
+  // The usual case, OIDs in ascending order, never leaves anything to sort.
+  const bool ascending = settled_ == oids_.size() && (oids_.empty() || oid > oids_.back());
+  oids_.push_back(oid);
+  if (ascending) ++settled_;
+}
+
+ISelectionSet ISelectionSet::Combine(const ISelectionSet& other, Operation operation) const {
+  const std::vector<Oid>& a = Oids();
+  const std::vector<Oid>& b = other.Oids();
+  std::vector<Oid> both;
+  const auto into = std::back_inserter(both);
+  switch (operation) {
+    case Operation::kUnion:
+      std::set_union(a.begin(), a.end(), b.begin(), b.end(), into);
+      break;
+    case Operation::kIntersection:
+      std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), into);
+      break;
+    case Operation::kDifference:
+      std::set_difference(a.begin(), a.end(), b.begin(), b.end(), into);
+      break;
+    case Operation::kSymmetricDifference:
+      std::set_symmetric_difference(a.begin(), a.end(), b.begin(), b.end(), into);
+      break;
+  }
+  return ISelectionSet(std::move(both));
+}
+
+std::vector<Value> UniqueValues(ICursor& rows, int field) {
+  std::vector<Value> values;
+  while (const IRow* row = rows.Next()) {
+    Value value = row->GetValue(field);
+    // Sorted input, common for group fields, stays small from the start.
+    if (value.IsNull() || (!values.empty() && value == values.back())) continue;
+    values.push_back(std::move(value));
+  }
+  std::sort(values.begin(), values.end(),
+            [](const Value& a, const Value& b) { return Order(a, b) < 0; });
+  values.erase(std::unique(values.begin(), values.end(),
+                           [](const Value& a, const Value& b) { return Order(a, b) == 0; }),
+               values.end());
+  return values;
+}
+
+std::vector<Oid> SortedOids(const ITable& table, const std::vector<std::string>& fields,
+                            const ISelectionSet* among) {
+  std::vector<int> columns;
+  for (const std::string& name : fields) {
+    columns.push_back(table.FindField(name));
+    if (columns.back() < 0)
+      throw RuntimeError::Platform("The table " + table.Name() + " has no field " + name + ".");
+  }
+  QueryFilter what;
+  what.onlyFields = fields;
+  what.withShape = false;
+  const CursorPtr rows = among ? table.SearchOids(among->Oids(), what) : table.Search(what);
+
+  std::vector<Oid> oids;
+  std::vector<Value> keys;  // row by row
+  while (const IRow* row = rows->Next()) {
+    oids.push_back(row->OID());
+    for (const int column : columns) keys.push_back(row->GetValue(column));
+  }
+  std::vector<std::size_t> order(oids.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  const std::size_t width = columns.size();
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    for (std::size_t k = 0; k < width; ++k)
+      if (const int sign = Order(keys[a * width + k], keys[b * width + k])) return sign < 0;
+    return false;
+  });
+  std::vector<Oid> sorted;
+  sorted.reserve(order.size());
+  for (const std::size_t i : order) sorted.push_back(oids[i]);
+  return sorted;
+}
+
+}  // namespace orlinths

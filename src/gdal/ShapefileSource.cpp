@@ -1,0 +1,252 @@
+// Shapefiles and dBASE tables: OGR reads, the store keeps pending edits and writes.
+#include <algorithm>
+
+#include "gdal/Library.h"
+#include "gdal/ShapefileStore.h"
+#include "gdal/SourceCursor.h"
+#include "gdal/VectorSource.h"
+#include "runtime/Files.h"
+#include "runtime/Ports.h"
+#include "runtime/RuntimeError.h"
+#include "runtime/Trap.h"
+
+namespace orlinths {
+namespace {
+
+SpatialReferencePtr ReadPrj(const std::string& shpPath) {
+  SpatialReferencePtr reference = UnknownCoordinateSystem();
+  const std::string base = shpPath.substr(0, shpPath.size() - 4);
+  for (const char* extension : {".prj", ".PRJ"}) {
+    if (!files::FileExists(base + extension)) continue;
+    // A reference that nobody understands is an unknown one.
+    Quietly([&] {
+      TextReader reader(base + extension);
+      std::string text;
+      while (!reader.AtEndOfStream()) text += reader.ReadLine() + "\n";
+      reference = SpatialReferenceFromText(text);
+    });
+    break;
+  }
+  return reference;
+}
+
+class ShapefileSource final : public VectorSource {
+ public:
+  ShapefileSource(const std::string& path, std::shared_ptr<ShapefileStore> store,
+                  SpatialReferencePtr reference)
+      : VectorSource(FullPath(path), StemOf(path)),
+        store_(std::move(store)),
+        reference_(std::move(reference)) {
+    SetHasShape(store_->HasShape());
+  }
+  ~ShapefileSource() override {
+    // The last table of the dataset goes: what was edited stays edited.
+    if (store_ && store_->HasPendingEdits()) Quietly([&] { store_->Commit(); });
+  }
+
+  bool Holds(const ShapefileStore& store) const { return store_.get() == &store; }
+
+  const orlinths::Fields& Fields() const override { return store_->Fields(); }
+  GeometryDef Geometry() const override {
+    GeometryDef def = store_->Geometry();
+    def.spatialReference = reference_;
+    return def;
+  }
+
+  std::int64_t RowCount() const override {
+    if (countedAt_ != ChangeCount()) {
+      count_ = store_->RecordCount();
+      for (Oid oid = 0, end = count_; oid < end; ++oid)
+        if (store_->IsDeleted(oid)) --count_;
+      countedAt_ = ChangeCount();
+    }
+    return count_;
+  }
+  bool HasRow(Oid oid) const override {
+    return oid >= 0 && oid < store_->RecordCount() && !store_->IsDeleted(oid);
+  }
+
+  void AddField(const Field& field) override {
+    CheckStop();
+    CheckThere();
+    store_->CheckWritable();
+    store_->AddField(field);
+    SchemaChanged();
+  }
+  void DeleteField(int field) override {
+    CheckStop();
+    CheckThere();
+    store_->CheckWritable();
+    store_->DeleteField(field);
+    SchemaChanged();
+  }
+
+  bool HasPendingEdits() const override { return store_->HasPendingEdits(); }
+  void Commit() override {
+    if (!store_->HasPendingEdits()) return;
+    // The files change in any case: on failure the edits are gone, and whoever reads must see that.
+    const AtScopeEnd changed([this] {
+      removed_.clear();
+      SchemaChanged();
+      ShapesChanged();
+    });
+    std::sort(removed_.begin(), removed_.end());
+    store_->Commit();
+    DetachCursors(removed_);
+    DropReaders();
+  }
+
+  CursorPtr Insert() override;
+  Oid Append(IRow& row) {
+    const orlinths::Geometry* shape = HasShape() ? &row.Shape() : nullptr;
+    const Oid oid = store_->Append(shape, ValuesOf(row, FirstColumn(), values_));
+    ShapesChanged();
+    return oid;
+  }
+  void FlushAppended() {
+    store_->FlushAppended();
+    ShapesChanged();
+  }
+
+  void Delete() override {
+    CheckStop();
+    CheckThere();
+    DetachCursors();
+    DropReaders();
+    store_->Delete();
+    SetGone();
+  }
+  bool CanRename() const override { return true; }
+  void Rename(const std::string& name) override {
+    CheckStop();
+    CheckThere();
+    Commit();
+    DetachCursors();
+    DropReaders();
+    store_->Rename(name);
+    SetPath(store_->Path(), StemOf(store_->Path()));
+    Register(CanonicalPath(Path()), shared_from_this());
+  }
+
+ protected:
+  std::uint64_t FileVersion() const override { return store_->FileVersion(); }
+  ReaderPtr OpenReader() const override {
+    EnsureGdal();
+    const QuietGdal quiet;
+    const char* const drivers[] = {"ESRI Shapefile", nullptr};
+    auto reader = std::make_shared<Reader>();
+    reader->dataset.reset(GDALDataset::Open(
+        Path().c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, drivers));
+    if (!reader->dataset || reader->dataset->GetLayerCount() == 0)
+      RaiseGdal("The file " + Path() + " cannot be opened.");
+    reader->layer = reader->dataset->GetLayer(0);
+    return reader;
+  }
+  int FileColumn(int field) const override { return store_->FileColumn(field); }
+  bool KnowsNull() const override { return false; }
+  bool IsDeleted(Oid oid) const override { return store_->IsDeleted(oid); }
+  bool PendingValue(Oid oid, int field, Value& value) const override {
+    return store_->HasPendingEdits() && store_->PendingValue(oid, field, value);
+  }
+  const orlinths::Geometry* PendingShape(Oid oid) const override {
+    return store_->HasPendingEdits() ? store_->PendingShape(oid) : nullptr;
+  }
+  bool WalksInOrder() override { return true; }
+  bool StoresRingsFlat() const override {
+    return store_->Geometry().geometryType == GeometryType::kPolygon;
+  }
+  void BeginFilter() override { Commit(); }
+
+  void BeginUpdate() override { store_->CheckWritable(); }
+  void StoreRow(SourceRow& row) override {
+    const Oid oid = row.OID();
+    for (const SourceRow::Change& change : row.Changes()) {
+      if (change.isDouble) {
+        store_->SetDouble(oid, change.field, change.number);
+      } else {
+        store_->SetValue(oid, change.field, change.value);
+      }
+    }
+    if (const orlinths::Geometry* shape = row.ChangedShape()) {
+      store_->SetShape(oid, *shape);
+      ShapesChanged();
+    }
+    Changed();
+  }
+  void DeleteRow(Oid oid) override {
+    store_->DeleteRow(oid);
+    removed_.push_back(oid);
+    ShapesChanged();
+  }
+  void EndUpdate() override { Commit(); }
+
+ private:
+  std::shared_ptr<ShapefileStore> store_;
+  SpatialReferencePtr reference_;
+  std::vector<Oid> removed_;  // since the last commit
+  std::vector<Value> values_;
+  mutable std::int64_t count_ = 0;
+  mutable std::uint64_t countedAt_ = ~std::uint64_t{0};
+};
+
+class InsertCursor final : public ICursor {
+ public:
+  explicit InsertCursor(ShapefileSource& source) : source_(source) {}
+  ~InsertCursor() override {
+    Quietly([&] { source_.FlushAppended(); });
+  }
+  IRow* Next() override { return nullptr; }
+  Oid InsertRow(IRow& row) override {
+    CheckStop();
+    source_.CheckThere();
+    return source_.Append(row);
+  }
+  void Flush() override { source_.FlushAppended(); }
+
+ private:
+  ShapefileSource& source_;
+};
+
+CursorPtr ShapefileSource::Insert() {
+  CheckStop();
+  CheckThere();
+  store_->CheckWritable();
+  Commit();  // rows are appended to the table as it will be
+  return std::make_unique<InsertCursor>(*this);
+}
+
+SourcePtr Registered(const std::string& path, std::shared_ptr<ShapefileStore> store,
+                     SpatialReferencePtr reference) {
+  auto source = std::make_shared<ShapefileSource>(path, std::move(store), std::move(reference));
+  VectorSource::Register(CanonicalPath(path), source);
+  return source;
+}
+
+}  // namespace
+
+SourcePtr OpenShapefileSource(const std::string& path) {
+  CheckStop();
+  std::shared_ptr<ShapefileStore> store = ShapefileStore::At(path);
+  const auto open =
+      std::dynamic_pointer_cast<ShapefileSource>(VectorSource::Find(CanonicalPath(path)));
+  if (open && open->Holds(*store)) return open;
+  SpatialReferencePtr reference = store->HasShape() ? ReadPrj(path) : UnknownCoordinateSystem();
+  SourcePtr source = Registered(path, std::move(store), std::move(reference));
+  source->CheckOpens();
+  return source;
+}
+
+SourcePtr CreateShapefileSource(const std::string& path, const GeometryDef& geometry,
+                                const Fields& fields) {
+  CheckStop();
+  return Registered(
+      path, ShapefileStore::CreateShapefile(path, geometry, fields),
+      geometry.spatialReference ? geometry.spatialReference : UnknownCoordinateSystem());
+}
+
+SourcePtr CreateDbfSource(const std::string& path, const Fields& fields) {
+  CheckStop();
+  return Registered(path, ShapefileStore::CreateDbf(path, fields), UnknownCoordinateSystem());
+}
+
+}  // namespace orlinths

@@ -1,0 +1,34 @@
+// A field that holds one measure of every shape of a class: what the area, perimeter and length
+// tools have in common.
+#pragma once
+
+#include <string>
+
+#include "data/Table.h"
+
+namespace orlinths {
+
+/// A measure of a shape, and how its routine speaks of itself.
+struct ShapeMeasure {
+  const char* label;     ///< heads the error report
+  const char* progress;  ///< stands on the status bar
+  /// In the units of the class. Error 91 for an empty shape, 13 for one of another type.
+  double (*of)(const IFeature& feature);
+};
+
+/// Writes `measure` times `constant` of every feature of the class into a new double field `name`.
+/// An existing field of that name goes first, whatever its type, so that the field always ends up
+/// last; selections and definition queries do not count. True when every row was written. Otherwise
+/// the failure has been reported, and rows before it keep what was written: error 91 for an empty
+/// shape, 6 for a result that is not finite, what the platform says for the rest. One pass,
+/// O(vertices).
+bool ReplaceByMeasure(IFeatureClass& shapes, const std::string& name, const ShapeMeasure& measure,
+                      double constant, bool showProgress);
+
+/// What these tools read of a row: nothing but its shape.
+QueryFilter ShapesOnly();
+
+/// What a tool says when its routine has failed, `problem` being the first line.
+void WarnOfProblem(const std::string& problem);
+
+}  // namespace orlinths
