@@ -52,6 +52,16 @@ class TinFolder : public ITin {
 
 }  // namespace
 
+std::optional<std::vector<Value>> GetUniqueValues(ICursor& cursor, int field) {
+  std::optional<std::vector<Value>> values;
+  Trap("GetUniqueValues: ", "A", [&] {
+    // What `FindField` says of a name that is not there; without rows no cursor would notice.
+    if (field < 0) throw RuntimeError(ErrorNumber::kSubscript);
+    values = UniqueValues(cursor, field);
+  });
+  return values;
+}
+
 FeatureClassPtr CreateShapefile(const std::string& folder, const std::string& name,
                                 GeometryType type, bool hasM, bool hasZ,
                                 SpatialReferencePtr& reference, bool overwrite) {

@@ -1,9 +1,11 @@
-// Fields, tables and output datasets: listing fields, adding one, creating, opening and deleting datasets by folder and name.
+// Fields, tables and output datasets: listing fields, adding one, a field's values, creating, opening and deleting datasets by
+// folder and name.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "data/Field.h"
 #include "data/ItemList.h"
@@ -41,6 +43,10 @@ Field MakeField(const std::string& name, FieldType type, int length, bool requir
                 int precision = 0);
 /// The two fields of a new feature class: `OID` and `Shape`.
 Fields MakeShapeFields(GeometryType type, bool hasM, bool hasZ, SpatialReferencePtr reference);
+
+/// The different values of a field over the rows of a cursor, read to its end: ascending, each once, nulls left out. No array,
+/// after a report, on failure (error 9 for an index that no field has); no rows give an empty one.
+std::optional<std::vector<Value>> GetUniqueValues(ICursor& cursor, int field);
 
 /// A new shapefile; nothing, after a message, when it exists and `overwrite` is false. With `overwrite` every file of that base
 /// name goes first. A null reference becomes the unknown one and is handed back. Failures of the platform are raised.

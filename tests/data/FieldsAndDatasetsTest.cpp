@@ -142,6 +142,42 @@ class Datasets : public ::testing::Test {
   CapturedMessages messages;
 };
 
+class UniqueValuesOfAField : public Datasets {
+ protected:
+  UniqueValuesOfAField() {
+    table = CreateTable(folder.Path(), "t",
+                        {{.name = "N", .type = FieldType::kInteger},
+                         {.name = "T", .type = FieldType::kText, .length = 10}});
+    const CursorPtr into = table->Insert();
+    const auto row = table->CreateRowBuffer();
+    for (const auto& [number, text] :
+         {std::pair{10, "b"}, {9, ""}, {10, "B"}, {-2, " "}, {9, "b"}}) {
+      row->SetValue(1, Value(std::int32_t{number}));
+      row->SetValue(2, Value(text));
+      into->InsertRow(*row);
+    }
+    into->Flush();
+  }
+  TablePtr table;
+};
+
+TEST_F(UniqueValuesOfAField, AscendEachOnce) {
+  using std::int32_t;
+  EXPECT_EQ(GetUniqueValues(*table->Search(), 1),
+            (std::vector{Value(int32_t{-2}), Value(int32_t{9}), Value(int32_t{10})}));
+  EXPECT_EQ(GetUniqueValues(*table->SearchOids({1, 4}), 1), (std::vector{Value(int32_t{9})}));
+  EXPECT_EQ(GetUniqueValues(*table->SearchOids({}), 1), std::vector<Value>());
+  EXPECT_EQ(messages.Text(), Texts{});
+}
+
+TEST_F(UniqueValuesOfAField, AreNoneAfterAReportOfAFieldThatIsNotThere) {
+  const Message report{"GetUniqueValues: A\r9\rSubscript out of range", kCritical, "Error"};
+  EXPECT_EQ(GetUniqueValues(*table->Search(), 3), std::nullopt);
+  EXPECT_EQ(GetUniqueValues(*table->Search(), -1), std::nullopt);
+  EXPECT_EQ(GetUniqueValues(*table->SearchOids({}), -1), std::nullopt);
+  EXPECT_EQ(messages.All(), (std::vector<Message>(3, report)));
+}
+
 TEST_F(Datasets, CreateShapefileMakesTheUnknownReferenceAndHandsItBack) {
   const FeatureClassPtr made = NewShapefile("new");
   ASSERT_NE(made, nullptr);
