@@ -34,7 +34,7 @@ configure: packages
 
 demo: configure
 	@cmake --build $(BUILD) --parallel $(JOBS) --target orlinths
-	@sh examples/demo.sh $(BUILD)
+	@sh examples/luxembourg.sh $(BUILD)
 
 test: all
 	@ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS)

@@ -1,38 +1,13 @@
 #!/bin/sh
 # The three geometry tools on the districts of Luxembourg, with the numbers checked against GDAL's own.
-# Usage: examples/demo.sh BUILD_DIR
+# Usage: examples/luxembourg.sh BUILD_DIR
 # Needs gdal-bin, and the network on the first run: the districts and an elevation raster come out of the Debian package
 # r-cran-terra, which is downloaded and unpacked beside the build folder but not installed.
-set -eu
-export LC_ALL=C.UTF-8
-
-build=${1:?usage: examples/demo.sh BUILD_DIR}
-orlinths=$(cd "$build" && pwd)/apps/orlinths/orlinths
-demo=$(dirname "$build")/demo
-mkdir -p "$demo/cache"
-demo=$(cd "$demo" && pwd)
-say() { printf '\n== %s\n' "$*"; }
-run() { printf '$ orlinths'; printf " %s" "$@"; printf '\n'; "$orlinths" "$@"; }
+. "$(dirname "$0")/prelude.sh"
 
 say "Data: twelve districts and an elevation raster"
-source="$demo/cache/r-cran-terra/usr/lib/R/site-library/terra/ex"
-if [ ! -f "$source/lux.shp" ] || [ ! -f "$source/elev.tif" ]; then
-  cd "$demo/cache"
-  rm -rf r-cran-terra r-cran-terra_*.deb
-  fetch() { apt-get -qq -o APT::Sandbox::User="$(id -un)" download r-cran-terra; }
-  if ! fetch; then
-    root=; [ "$(id -u)" = 0 ] || root=sudo
-    $root apt-get -qq update
-    fetch
-  fi
-  dpkg-deb -x r-cran-terra_*.deb r-cran-terra
-  cd - >/dev/null
-fi
-
-out="$demo/out"
-rm -rf "$out"
-mkdir -p "$out"
-cd "$out"
+unpacked r-cran-terra
+source="$unpacked/usr/lib/R/site-library/terra/ex"
 # Metres on the ground, in Luxembourg's own reference; the centres stay in degrees, so that the tool has something to project.
 ogr2ogr -t_srs EPSG:2169 districts.shp "$source/lux.shp"
 ogr2ogr -nlt MULTILINESTRING outlines.shp districts.shp
