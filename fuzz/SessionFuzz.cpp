@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "orlinths/SessionFile.h"
+#include "session/SessionFile.h"
 #include "runtime/Trap.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

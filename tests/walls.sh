@@ -16,13 +16,13 @@ sees() {  # what a layer may include, itself left out
 }
 
 tried=0 failed=0
-for layer in runtime numerics data gdal host overlay movement kernel raster sampling tables vector component; do
+for layer in runtime numerics data gdal host overlay movement kernel raster sampling tables vector component session; do
   own=$(ls "$source/src/$layer"/*.cpp 2>/dev/null | head -n 1)
   [ -n "$own" ] || continue
   # The include folders of a real compilation of this layer.
   flags=$(tr ',' '\n' <"$build/compile_commands.json" | grep -F -- "-c $own" | head -n 1 |
           tr ' ' '\n' | grep -E '^-I' | tr '\n' ' ')
-  for other in runtime numerics data gdal host overlay movement kernel raster sampling tables vector component; do
+  for other in runtime numerics data gdal host overlay movement kernel raster sampling tables vector component session; do
     header=$(ls "$source/src/$other"/*.h 2>/dev/null | head -n 1)
     [ -n "$header" ] && [ "$other" != "$layer" ] || continue
     name=$(basename "$header")

@@ -6,12 +6,12 @@
 #include <utility>
 
 #include "orlinths/Describe.h"
-#include "orlinths/MapBuilder.h"
+#include "session/MapBuilder.h"
 #include "orlinths/Options.h"
 #include "orlinths/RunPlan.h"
-#include "orlinths/SessionFile.h"
-#include "orlinths/SessionPlayer.h"
-#include "orlinths/Words.h"
+#include "session/SessionFile.h"
+#include "session/SessionPlayer.h"
+#include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
 #include "runtime/Trap.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "orlinths/EventWriter.h"
+#include "session/EventWriter.h"
 
 namespace orlinths {
 

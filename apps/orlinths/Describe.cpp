@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "orlinths/ControlText.h"
-#include "orlinths/Words.h"
+#include "session/ControlText.h"
+#include "session/Words.h"
 
 namespace orlinths {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/Commands.h"
-#include "orlinths/Json.h"
+#include "session/Json.h"
 
 namespace orlinths {
 

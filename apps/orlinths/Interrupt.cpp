@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-#include "orlinths/SessionPlayer.h"
+#include "session/SessionPlayer.h"
 #include "runtime/Ports.h"
 
 namespace orlinths {

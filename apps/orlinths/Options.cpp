@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "host/Commands.h"
-#include "orlinths/ClockText.h"
-#include "orlinths/UserHand.h"
-#include "orlinths/Words.h"
+#include "session/ClockText.h"
+#include "session/UserHand.h"
+#include "session/Words.h"
 #include "runtime/Trap.h"
 
 namespace orlinths {

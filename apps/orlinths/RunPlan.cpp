@@ -4,8 +4,8 @@
 #include <iterator>
 #include <utility>
 
-#include "orlinths/ControlText.h"
-#include "orlinths/UserHand.h"
+#include "session/ControlText.h"
+#include "session/UserHand.h"
 #include "runtime/Files.h"
 #include "runtime/Value.h"
 

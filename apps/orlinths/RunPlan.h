@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/Commands.h"
-#include "orlinths/StepSource.h"
+#include "session/StepSource.h"
 
 namespace orlinths {
 

@@ -8,9 +8,9 @@
 
 #include "apps/Trial.h"
 #include "host/SmallDialogs.h"
-#include "orlinths/ClockText.h"
+#include "session/ClockText.h"
 #include "orlinths/Options.h"
-#include "orlinths/Words.h"
+#include "session/Words.h"
 #include "runtime/Ports.h"
 #include "runtime/Trap.h"
 #include "support/Seeded.h"

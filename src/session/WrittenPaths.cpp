@@ -1,8 +1,8 @@
-#include "orlinths/WrittenPaths.h"
+#include "session/WrittenPaths.h"
 
 #include <filesystem>
 
-#include "orlinths/Words.h"
+#include "session/Words.h"
 #include "runtime/Files.h"
 
 namespace orlinths {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/Dialog.h"
-#include "orlinths/Json.h"
+#include "session/Json.h"
 
 namespace orlinths {
 

@@ -1,12 +1,12 @@
-#include "orlinths/EventWriter.h"
+#include "session/EventWriter.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "orlinths/ClockText.h"
-#include "orlinths/ControlText.h"
-#include "orlinths/Json.h"
+#include "session/ClockText.h"
+#include "session/ControlText.h"
+#include "session/Json.h"
 #include "runtime/Value.h"
 
 namespace orlinths {

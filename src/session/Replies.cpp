@@ -1,4 +1,4 @@
-#include "orlinths/Replies.h"
+#include "session/Replies.h"
 
 #include <algorithm>
 #include <utility>

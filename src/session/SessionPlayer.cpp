@@ -1,12 +1,12 @@
-#include "orlinths/SessionPlayer.h"
+#include "session/SessionPlayer.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <utility>
 
-#include "orlinths/MapBuilder.h"
-#include "orlinths/UserHand.h"
-#include "orlinths/Words.h"
+#include "session/MapBuilder.h"
+#include "session/UserHand.h"
+#include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"

@@ -1,10 +1,10 @@
-#include "orlinths/Json.h"
+#include "session/Json.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
 
-#include "orlinths/Words.h"
+#include "session/Words.h"
 #include "runtime/Value.h"
 
 namespace orlinths {

@@ -1,10 +1,10 @@
-#include "orlinths/UserHand.h"
+#include "session/UserHand.h"
 
 #include <algorithm>
 #include <limits>
 #include <vector>
 
-#include "orlinths/Words.h"
+#include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Value.h"
 

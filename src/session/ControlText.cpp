@@ -1,12 +1,12 @@
-#include "orlinths/ControlText.h"
+#include "session/ControlText.h"
 
 #include <algorithm>
 #include <cmath>
 #include <set>
 #include <vector>
 
-#include "orlinths/UserHand.h"
-#include "orlinths/Words.h"
+#include "session/UserHand.h"
+#include "session/Words.h"
 #include "runtime/Value.h"
 
 namespace orlinths {

@@ -1,4 +1,4 @@
-#include "orlinths/Replies.h"
+#include "session/Replies.h"
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,8 @@
-#include "orlinths/SessionFile.h"
+#include "session/SessionFile.h"
 
 #include <gmock/gmock.h>
 
-#include "orlinths/Json.h"
+#include "session/Json.h"
 #include "runtime/Trap.h"
 #include "support/Seeded.h"
 #include "support/TempFolder.h"

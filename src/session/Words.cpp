@@ -1,4 +1,4 @@
-#include "orlinths/Words.h"
+#include "session/Words.h"
 
 #include <algorithm>
 #include <cstddef>

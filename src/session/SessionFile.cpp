@@ -1,13 +1,13 @@
-#include "orlinths/SessionFile.h"
+#include "session/SessionFile.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
 
-#include "orlinths/ClockText.h"
-#include "orlinths/Json.h"
-#include "orlinths/Words.h"
+#include "session/ClockText.h"
+#include "session/Json.h"
+#include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
 #include "runtime/Value.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/Dialog.h"
-#include "orlinths/Session.h"
+#include "session/Session.h"
 
 namespace orlinths {
 

@@ -1,4 +1,4 @@
-#include "orlinths/MapBuilder.h"
+#include "session/MapBuilder.h"
 
 #include <algorithm>
 #include <memory>
@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "data/Workspace.h"
-#include "orlinths/Words.h"
+#include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
 

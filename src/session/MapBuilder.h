@@ -5,7 +5,7 @@
 #include <variant>
 
 #include "data/Map.h"
-#include "orlinths/Session.h"
+#include "session/Session.h"
 
 namespace orlinths {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/Dialog.h"
-#include "orlinths/Session.h"
+#include "session/Session.h"
 
 namespace orlinths {
 

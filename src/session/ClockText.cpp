@@ -1,4 +1,4 @@
-#include "orlinths/ClockText.h"
+#include "session/ClockText.h"
 
 #include <algorithm>
 #include <cctype>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "orlinths/Session.h"
+#include "session/Session.h"
 
 namespace orlinths {
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "orlinths/Session.h"
-#include "orlinths/WrittenPaths.h"
+#include "session/Session.h"
+#include "session/WrittenPaths.h"
 
 namespace orlinths {
 
