@@ -9,6 +9,7 @@
 #include <geos_c.h>
 
 #include "gdal/GeosGeometry.h"
+#include "numerics/SimpleRings.h"
 #include "runtime/Ports.h"
 #include "support/ErrorNumberOf.h"
 #include "support/RandomShapes.h"
@@ -100,6 +101,52 @@ TEST(Simplify, OfRandomScribblesIsValidAndEvenOdd) {
           << x << " " << y << " " << AsWkt(scribble);
     }
   }
+}
+
+// Simplify takes rings that are surely simple for valid without asking GEOS.
+TEST(Simplify, IsNeverSureOfWhatGeosCallsInvalid) {
+  Seeded random("Simplify.IsNeverSureOfWhatGeosCallsInvalid");
+  int sure = 0, invalid = 0;
+  for (int i = 0; i < 4000; ++i) {
+    Polygon shape;
+    if (random.Chance(0.5)) {
+      shape = RandomPolygon(random, {.parts = static_cast<int>(random.Whole(1, 3)),
+                                     .holes = static_cast<int>(random.Whole(0, 2)),
+                                     .vertices = static_cast<int>(random.Whole(5, 14)),
+                                     .onGrid = random.Chance(0.7),
+                                     .size = random.Chance(0.5) ? 24.0 : 1000.0});
+      // Parts over one another, or in one another.
+      if (random.Chance(0.3)) {
+        const double by = random.Real(0.2, 0.9);
+        const std::int64_t from = shape.PartStart(shape.PartCount() - 1);
+        for (Coord& c : shape.MutableCoords().subspan(static_cast<std::size_t>(from)))
+          c = {std::round(c.x * by), std::round(c.y * by)};
+      }
+    } else {
+      // A few points of a small grid, vertices often on edges and edges along one another; turned,
+      // so that they miss by rounding.
+      const double turn = random.Chance(0.5) ? 0 : random.Real(0, 6);
+      for (int ring = 0; ring < random.Whole(1, 2); ++ring) {
+        shape.AddPart();
+        for (int k = 0; k < random.Whole(3, 6); ++k) {
+          const auto x = static_cast<double>(random.Whole(0, 6) + 5 * ring);
+          const auto y = static_cast<double>(random.Whole(0, 6));
+          shape.AddPoint(x * std::cos(turn) - y * std::sin(turn),
+                         x * std::sin(turn) + y * std::cos(turn));
+        }
+      }
+      shape.Close();
+    }
+    const bool isValid = IsValid(shape);
+    if (AreSurelySimple(shape)) {
+      ++sure;
+      ASSERT_TRUE(isValid) << AsWkt(shape);
+      ASSERT_EQ(Simplify(shape), shape);
+    }
+    invalid += !isValid;
+  }
+  EXPECT_GT(sure, 1000);
+  EXPECT_GT(invalid, 1000);
 }
 
 TEST(SimplifyPreserveFromTo, KeepsTheFirstVertexFirst) {
