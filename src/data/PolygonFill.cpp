@@ -100,6 +100,7 @@ class Fill {
   double ColumnX(std::int64_t column) const {
     return left_ + cell_ * 0.5 + static_cast<double>(column) * cell_;
   }
+  std::int64_t FirstColumnBeyond(double x, std::int64_t from) const;
   template <class Fn>
   void ForRowsAt(double low, double high, Fn&& fn) const;
   void Gather(const Polygon& polygon);
@@ -134,6 +135,21 @@ Fill::Fill(const Polygon& polygon, const IRasterProps& props)
   // A polygon wholly beyond a side leaves an array without cells, and such an array has no bounds.
   if (colMax_ < colMin_ || rowMax_ < rowMin_) throw RuntimeError(ErrorNumber::kSubscript);
   Gather(polygon);
+}
+
+/// The first column from `from` on whose centre lies east of `x`; the one behind the last where
+/// there is none.
+std::int64_t Fill::FirstColumnBeyond(double x, std::int64_t from) const {
+  // Division comes within a column or so of it; the centres themselves decide.
+  const double guess = (x - left_) / cell_ - 0.5;
+  std::int64_t column = from;
+  if (guess > static_cast<double>(colMax_))
+    column = colMax_ + 1;
+  else if (guess > static_cast<double>(from))
+    column = static_cast<std::int64_t>(guess);
+  while (column > from && ColumnX(column - 1) > x) --column;
+  while (column <= colMax_ && !(ColumnX(column) > x)) ++column;
+  return column;
 }
 
 /// Calls `fn` with every row whose centre line lies within the two heights, ends included.
@@ -232,17 +248,18 @@ void Fill::FillRow(std::int64_t row, std::span<std::uint8_t> cells) {
   xs_.push_back(right_);
   bool state = inside;
   std::size_t k = 0;
-  for (std::int64_t column = colMin_; column <= colMax_; ++column) {
-    const double x = ColumnX(column);
-    if (x > xs_[k]) {
+  for (std::int64_t column = colMin_; column <= colMax_;) {
+    const std::int64_t next = FirstColumnBeyond(xs_[k], column);
+    if (state) std::fill(cells.begin() + (column - colMin_), cells.begin() + (next - colMin_), 1);
+    if (next > colMax_) return;
+    const double x = ColumnX(next);
+    state = !state;
+    for (;;) {
+      if (++k == xs_.size()) return;
+      if (x < xs_[k]) break;
       state = !state;
-      for (;;) {
-        if (++k == xs_.size()) return;
-        if (x < xs_[k]) break;
-        state = !state;
-      }
     }
-    cells[static_cast<std::size_t>(column - colMin_)] = state;
+    column = next;
   }
 }
 

@@ -1,6 +1,7 @@
 #include "raster/PolygonCells.h"
 
 #include <algorithm>
+#include <cstring>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -52,6 +53,45 @@ bool HasTrue(std::span<const std::uint8_t> cells) {
   return std::any_of(cells.begin(), cells.end(), [](std::uint8_t cell) { return cell != 0; });
 }
 
+/// Calls `body(from, count)` for each unbroken run of true cells.
+template <class Body>
+void ForRuns(std::span<const std::uint8_t> inside, const Body& body) {
+  const std::uint8_t* const end = inside.data() + inside.size();
+  const auto find = [end](const std::uint8_t* from, int what) {
+    const auto left = static_cast<std::size_t>(end - from);
+    const void* found = left == 0 ? nullptr : std::memchr(from, what, left);
+    return found == nullptr ? end : static_cast<const std::uint8_t*>(found);
+  };
+  for (const std::uint8_t* from = inside.data(); (from = find(from, 1)) != end;) {
+    const std::uint8_t* const to = find(from, 0);
+    body(static_cast<std::size_t>(from - inside.data()), static_cast<std::size_t>(to - from));
+    from = to;
+  }
+}
+
+/// Room for `count` more entries, and where they begin.
+template <class Number>
+Number* Grow(std::vector<Number>& values, std::size_t count) {
+  const std::size_t before = values.size();
+  values.resize(before + count);
+  return values.data() + before;
+}
+
+/// Appends a run of cells; `isNoData(i)` tells what counts as kMissing, or is left out.
+template <class Number, class T, class IsNoData>
+void Append(const T* cells, std::size_t count, bool keepNoData, const IsNoData& isNoData,
+            std::vector<Number>& values) {
+  Number* to = Grow(values, count);
+  if (keepNoData) {
+    for (std::size_t i = 0; i < count; ++i)
+      to[i] = isNoData(i) ? static_cast<Number>(kMissing) : EntryOf<Number>(cells[i]);
+    return;
+  }
+  for (std::size_t i = 0; i < count; ++i)
+    if (!isNoData(i)) *to++ = EntryOf<Number>(cells[i]);
+  values.resize(static_cast<std::size_t>(to - values.data()));
+}
+
 /// The first `count` places of a row of the fill that lie on cells; error 9 when it is true further
 /// east.
 std::span<const std::uint8_t> OnCells(std::span<const std::uint8_t> inside, std::int64_t count) {
@@ -80,23 +120,22 @@ bool ISectArrPolyRaster(const Polygon& polygon, const IPixelBlock& block, const 
         const auto inside = OnCells(RowOf(fill, row), row < rows ? columns - first : 0);
         if (inside.empty()) continue;
         const T* cells = plane.Row(static_cast<int>(row)).data() + first;
-        if (noDataMask != nullptr) {
-          const std::uint8_t* noData = RowOf(*noDataMask, row).data() + first;
-          for (std::size_t i = 0; i < inside.size(); ++i) {
-            if (!inside[i]) continue;
-            if (!noData[i])
-              values.push_back(EntryOf<Number>(cells[i]));
-            else if (keepNoData)
-              values.push_back(static_cast<Number>(kMissing));
-          }
-        } else {
-          for (std::size_t i = 0; i < inside.size(); ++i) {
-            if (!inside[i]) continue;
-            if (!hasValueForNoData && plane.isNoData(cells[i]))
-              throw RuntimeError(ErrorNumber::kInvalidNull);
-            values.push_back(EntryOf<Number>(cells[i]));
-          }
-        }
+        const std::uint8_t* noData =
+            noDataMask == nullptr ? nullptr : RowOf(*noDataMask, row).data() + first;
+        ForRuns(inside, [&](std::size_t from, std::size_t count) {
+          const T* run = cells + from;
+          if (noData != nullptr)
+            return Append(
+                run, count, keepNoData, [=](std::size_t i) { return noData[from + i]; }, values);
+          Append(
+              run, count, true,
+              [=](std::size_t i) {
+                if (!hasValueForNoData && plane.isNoData(run[i]))
+                  throw RuntimeError(ErrorNumber::kInvalidNull);
+                return false;
+              },
+              values);
+        });
       }
     });
   });
@@ -117,13 +156,11 @@ bool ISectArrPolyLargeRaster(const Polygon& polygon, const IRasterBand& rawPixel
       for (row = top; row <= fill.First().upper; ++row) {
         const auto inside = RowOf(fill, row);
         const T* cells = plane.Row(static_cast<int>(row - top)).data();
-        for (std::size_t i = 0; i < inside.size(); ++i) {
-          if (!inside[i]) continue;
-          if (!plane.isNoData(cells[i]))
-            values.push_back(EntryOf<Number>(cells[i]));
-          else if (keep)
-            values.push_back(static_cast<Number>(kMissing));
-        }
+        ForRuns(inside, [&](std::size_t from, std::size_t count) {
+          const T* run = cells + from;
+          Append(
+              run, count, keep, [=](std::size_t i) { return plane.isNoData(run[i]); }, values);
+        });
       }
     });
   });
