@@ -1,4 +1,4 @@
-# make demo     builds the tools and runs them on the districts of Luxembourg
+# make demo     builds the tools and runs the examples, which check their own results
 # make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers)
 # make bench    the fast ways against the plain ones
 # make install  puts `orlinths` under PREFIX
@@ -9,6 +9,8 @@ PREFIX ?= /usr/local
 BUILD := build/$(PRESET)
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
+# What the demo runs, one after the other: each a script that checks its own results.
+EXAMPLES ?= luxembourg elevation
 
 TOOLS := g++ cmake ninja-build ccache pkg-config locales ca-certificates
 LIBRARIES := libgdal-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
@@ -34,7 +36,7 @@ configure: packages
 
 demo: configure
 	@cmake --build $(BUILD) --parallel $(JOBS) --target orlinths
-	@sh examples/luxembourg.sh $(BUILD)
+	@set -e; for example in $(EXAMPLES); do sh examples/$$example.sh $(BUILD); done
 
 test: all
 	@ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS)

@@ -1,22 +1,17 @@
 #!/bin/sh
 # The three geometry tools on the districts of Luxembourg, with the numbers checked against GDAL's own.
 # Usage: examples/luxembourg.sh BUILD_DIR
-# Needs gdal-bin, and the network on the first run: the districts and an elevation raster come out of the Debian package
-# r-cran-terra, which is downloaded and unpacked beside the build folder but not installed.
+# Needs gdal-bin, and the network on the first run: the districts come out of the Debian package r-cran-terra, which is
+# downloaded and unpacked beside the build folder but not installed.
 . "$(dirname "$0")/prelude.sh"
+. "$examples/luxembourg-data.sh"
 
-say "Data: twelve districts and an elevation raster"
-unpacked r-cran-terra
-source="$unpacked/usr/lib/R/site-library/terra/ex"
-# Metres on the ground, in Luxembourg's own reference; the centres stay in degrees, so that the tool has something to project.
-ogr2ogr -t_srs EPSG:2169 districts.shp "$source/lux.shp"
+say "Data: twelve districts"
+make_districts
+# The centres stay in degrees, so that the tool has something to project.
 ogr2ogr -nlt MULTILINESTRING outlines.shp districts.shp
 ogr2ogr -t_srs EPSG:4326 -dialect sqlite \
   -sql "SELECT ST_Centroid(geometry) AS geometry, NAME_2 FROM districts" centres.shp districts.shp
-gdalwarp -q -t_srs EPSG:2169 -tr 500 500 -r bilinear "$source/elev.tif" elevation.tif
-gdalinfo -stats elevation.tif |
-  awk -F= '/STATISTICS_(MINIMUM|MAXIMUM)/ { h[++n] = $2 } /^Size is/ { s = $0 }
-           END { sub(", ", " by ", s); printf "elevation.tif: %s cells, %.0f to %.0f m\n", substr(s, 9), h[2], h[1] }'
 
 columns() {
   printf '%s:' "$1"
@@ -40,14 +35,13 @@ for layer in districts outlines centres; do columns "$layer"; done
 
 say "Results, and what GDAL makes of the same shapes"
 # One row a district: ours, then GDAL's. The three tables hold the districts in the same order.
-csv() { ogr2ogr -f CSV /vsistdout/ "$1" -dialect "$2" -sql "$3" | sed 1d; }
 ogr2ogr -t_srs EPSG:2169 centres_projected.shp centres.shp
 csv districts.shp ogrsql "SELECT NAME_2, AREA, PERIMETER, OGR_GEOM_AREA FROM districts" >districts.csv
 csv outlines.shp sqlite "SELECT Length, ST_Length(geometry) FROM outlines" >outlines.csv
 csv centres.shp ogrsql "SELECT X, Y FROM centres" >centres.csv
 csv centres_projected.shp sqlite "SELECT ST_X(geometry), ST_Y(geometry) FROM centres_projected" \
   >projected.csv
-paste -d, districts.csv outlines.csv centres.csv projected.csv | tr -d '"' | awk -F, '
+paste -d, districts.csv outlines.csv centres.csv projected.csv | awk -F, '
   function off(name, ours, theirs,   d) {
     d = ours - theirs
     if (d < 0) d = -d
