@@ -84,7 +84,7 @@ void KillAgainAndAgain(const std::string& seed, const std::string& name, int tim
   const Files original = Snapshot(folder.Path());
   const double begin = Seconds();
   edit(path);
-  const double duration = Seconds() - begin;
+  double duration = Seconds() - begin;
   ASSERT_LT(duration, 30);
   const Files after = Snapshot(folder.Path());
   ASSERT_NE(after, original);
@@ -95,7 +95,10 @@ void KillAgainAndAgain(const std::string& seed, const std::string& name, int tim
   for (int i = 0; i < times; ++i) {
     SCOPED_TRACE("kill " + ToText(i));
     if (!isOriginal) Restore(folder.Path(), original);
-    if (KilledAfter(random.Real(0, 1.05 * duration), [&] { edit(path); })) ++killed;
+    // Two kills in three come in time, however busy the machine is and becomes.
+    const bool wasInTime = KilledAfter(random.Real(0, duration), [&] { edit(path); });
+    killed += wasInTime;
+    duration *= wasInTime ? 1.05 : 0.9;
     // The table as any program finds it, before anything is tidied up: whole, whichever it is.
     const std::string table = ReadBytes(folder / "p.dbf");
     ASSERT_TRUE(table == original.at("p.dbf") || table == after.at("p.dbf"));
