@@ -107,6 +107,10 @@ class ShapefileSource final : public VectorSource {
     store_->FlushAppended();
     ShapesChanged();
   }
+  void FinishAppending() {
+    const AtScopeEnd changed([this] { ShapesChanged(); });
+    store_->FinishAppending();
+  }
 
   void Delete() override {
     CheckStop();
@@ -193,7 +197,8 @@ class InsertCursor final : public ICursor {
  public:
   explicit InsertCursor(ShapefileSource& source) : source_(source) {}
   ~InsertCursor() override {
-    Quietly([&] { source_.FlushAppended(); });
+    // The class may live on, as a layer of the map: what is done with it is left to others.
+    Quietly([&] { source_.FinishAppending(); });
   }
   IRow* Next() override { return nullptr; }
   Oid InsertRow(IRow& row) override {

@@ -70,6 +70,8 @@ class ShapefileStore {
   virtual Oid Append(const orlinths::Geometry* shape, const std::vector<Value>& values) = 0;
   /// What was appended becomes readable by others.
   virtual void FlushAppended() = 0;
+  /// The same, and the dataset is free for others to edit until the next row is appended.
+  virtual void FinishAppending() = 0;
 
   /// Writes all pending edits. On failure the files are as they were, the edits are dropped, and
   /// the error is raised.

@@ -269,6 +269,11 @@ void ShapefileStoreImpl::FlushAppended() {
   if (records_ != before) ++version_;
 }
 
+void ShapefileStoreImpl::FinishAppending() {
+  FlushAppended();
+  CloseWriter();
+}
+
 bool ShapefileStoreImpl::HasValueEdits() const {
   return std::any_of(columns_.begin(), columns_.end(),
                      [](const Column& c) { return c.edits != nullptr; });

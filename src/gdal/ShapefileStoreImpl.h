@@ -45,6 +45,7 @@ class ShapefileStoreImpl final : public ShapefileStore {
 
   Oid Append(const orlinths::Geometry* shape, const std::vector<Value>& values) override;
   void FlushAppended() override;
+  void FinishAppending() override;
   void Commit() override;
   void Abandon() override;
   std::uint64_t FileVersion() const override { return version_; }

@@ -261,6 +261,22 @@ TEST_F(CursorTest, InsertsAndFlushesForOthersToRead) {
             (Strings{"POINT (0 0)", "POINT (7 8)", "POINT (9 10)"}));
 }
 
+TEST_F(CursorTest, AClassThatWasInsertedIntoIsFreeForOthersToEdit) {
+  const FeatureClassPtr points = Points(1);
+  const Strings before = files::NamesIn(folder.Path());
+  const std::unique_ptr<IRow> buffer = points->CreateFeatureBuffer();
+  CursorPtr rows = points->Insert(), more = points->Insert();
+  for (CursorPtr* cursor : {&rows, &more}) {
+    buffer->SetShape(Point{7, 8});
+    (*cursor)->InsertRow(*buffer);
+    (*cursor)->Flush();
+    EXPECT_NE(files::NamesIn(folder.Path()), before) << "the lock is a file";
+    cursor->reset();
+    EXPECT_EQ(files::NamesIn(folder.Path()), before);
+  }
+  EXPECT_EQ(points->RowCount(), 3);
+}
+
 TEST_F(CursorTest, InsertTakesARowOfAnotherTable) {
   const FeatureClassPtr from = Points(2, "from");
   const FeatureClassPtr to = Points(0, "to");
