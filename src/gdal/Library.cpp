@@ -31,7 +31,7 @@ QuietGdal::QuietGdal() {
 
 QuietGdal::~QuietGdal() { CPLPopErrorHandler(); }
 
-void QuietGdal::Keep(int severity, int /*number*/, const char* text) {
+void QuietGdal::Keep(int severity, int /*number*/, const char* text) noexcept {
   auto& scope = *static_cast<QuietGdal*>(CPLGetErrorHandlerUserData());
   try {
     if (severity == CE_Warning) scope.warnings_.emplace_back(text);

@@ -32,7 +32,7 @@ class QuietGdal {
   void RaiseIfFailed() const;
 
  private:
-  static void Keep(int severity, int number, const char* text);
+  static void Keep(int severity, int number, const char* text) noexcept;
   std::vector<std::string> failures_, warnings_;
 };
 

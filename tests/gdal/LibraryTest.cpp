@@ -11,6 +11,7 @@
 
 #include "runtime/Ports.h"
 #include "support/ErrorNumberOf.h"
+#include "support/Faults.h"
 
 namespace orlinths {
 namespace {
@@ -51,6 +52,24 @@ TEST(QuietGdal, StartsWithoutAFailure) {
   const QuietGdal quiet;
   quiet.RaiseIfFailed();
   EXPECT_EQ(ErrorTextOf([] { RaiseGdal("Nothing was said."); }), "Nothing was said.");
+}
+
+/// The library's own code is in C, through which no exception may pass.
+TEST(QuietGdal, ThrowsNothingThroughTheLibraryWhenMemoryRunsOut) {
+  const QuietGdal quiet;
+  bool threw = false;
+  {
+    const Fault fault(FaultKind::kAllocation, 1, FaultAction::kFailFromOn);
+    try {
+      CPLError(CE_Failure, CPLE_AppDefined, "lost, in words that are too long to need no space");
+    } catch (...) {
+      threw = true;
+    }
+    EXPECT_TRUE(fault.HasStruck());
+  }
+  EXPECT_FALSE(threw);
+  EXPECT_TRUE(quiet.Failures().empty());
+  EXPECT_STREQ(CPLGetLastErrorMsg(), "lost, in words that are too long to need no space");
 }
 
 TEST(RaiseGdal, RaisesAPlatformErrorInGdalsOwnWords) {

@@ -23,7 +23,7 @@ using Files = std::map<std::string, std::string>;
 void MakeTable(const std::string& path) {
   const auto store = ShapefileStore::CreateDbf(
       path, {MakeColumn("NUM", FieldType::kInteger), MakeColumn("NAME", FieldType::kText, 12)});
-  for (int i = 0; i < 200'000; ++i) store->Append(nullptr, {Value(i), Value("row")});
+  for (int i = 0; i < 50'000; ++i) store->Append(nullptr, {Value(i), Value("row")});
   store->Commit();
 }
 
