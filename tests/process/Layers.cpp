@@ -54,10 +54,22 @@ Files FilesIn(const std::string& folder) {
   return files;
 }
 
+std::string NamesOf(const Files& files) {
+  std::string names;
+  for (const auto& [name, bytes] : files) names += (names.empty() ? "" : " ") + name;
+  return names;
+}
+
 void Restore(const std::string& folder, const Files& files) {
-  for (const auto& [name, bytes] : FilesIn(folder))
+  Restore(folder, files, FilesIn(folder));
+}
+
+void Restore(const std::string& folder, const Files& files, const Files& there) {
+  for (const auto& [name, bytes] : there)
     if (!files.contains(name)) fs::remove(folder + "/" + name);
-  for (const auto& [name, bytes] : files) WriteBytes(folder + "/" + name, bytes);
+  for (const auto& [name, bytes] : files)
+    if (const auto old = there.find(name); old == there.end() || old->second != bytes)
+      WriteBytes(folder + "/" + name, bytes);
 }
 
 void OpenToAll(const std::string& folder) { fs::permissions(folder, fs::perms::all); }

@@ -21,8 +21,12 @@ OgrDataset Lines(int count);
 /// Names and bytes of a folder's files.
 using Files = std::map<std::string, std::string>;
 Files FilesIn(const std::string& folder);
-/// Makes the folder hold these files and no others.
+/// The names, separated by blanks.
+std::string NamesOf(const Files& files);
+/// Makes the folder hold these files and no others. What is in it already, `there`, is not written
+/// again.
 void Restore(const std::string& folder, const Files& files);
+void Restore(const std::string& folder, const Files& files, const Files& there);
 /// Lets everybody in: a test's folder is its owner's alone otherwise.
 void OpenToAll(const std::string& folder);
 

@@ -10,6 +10,7 @@
 namespace orlinths {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using Call = std::vector<std::string>;
@@ -159,6 +160,44 @@ TEST_F(StatusTest, AWrongCallIsOneLineThatSaysWhatWouldHaveBeenRight) {
   }
 }
 
+/// Squares on a raster without a spatial reference: the tool asks whether to go on.
+TEST_F(StatusTest, AQuestionWithoutReplyIsA4AndNothingIsDone) {
+  WriteBytes(folder_ / "cells.asc",
+             "ncols 3\nnrows 3\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 3\n4 5 6\n7 8 9\n");
+  before_ = FilesIn(folder_.Path());
+  const Call zonal{"clsZonalStats",    "squares.shp",     "cells.asc",
+                   "cmbPolyL=squares", "cmbRL=cells.asc", "btnOpen=sums.dbf"};
+  const char* const question =
+      "Warning: the spatial reference (projection) of the raster and polygon layer must be "
+      "identical. This is either not true, or cannot be verified because the projection is "
+      "undefined for one or both layers. Do you wish to proceed?";
+
+  const Ended unanswered = Run(zonal);
+  EXPECT_EQ(unanswered.status, 4);
+  EXPECT_EQ(unanswered.out, std::string(question) + '\n');
+  EXPECT_EQ(unanswered.error,
+            "orlinths: no reply is left for the question \"" + std::string(question) + "\"\n");
+  const Ended events = Run(zonal + Call{"--json"});
+  EXPECT_EQ(events.status, 4);
+  EXPECT_THAT(events.out, HasSubstr("\"reply\":null}"));
+  EXPECT_THAT(events.out, EndsWith("{\"event\":\"end\",\"exit\":4,\"open\":[\"frmZonalStats\"],"
+                                   "\"layers\":[\"squares\",\"cells.asc\"]}\n"));
+  EXPECT_EQ(Run(zonal + Call{"--no"}).status, 1);
+
+  WriteBytes(folder_ / "s.json", R"({"map": {"layers": [{"path": "squares.shp"},
+      {"path": "cells.asc"}]}, "replies": [{"text": "*another question*", "reply": "yes"}],
+      "steps": [{"click": "clsZonalStats"}, {"set": "cmbPolyL", "to": "squares"},
+      {"set": "cmbRL", "to": "cells.asc"}, {"press": "btnOpen", "pick": "sums.dbf"},
+      {"press": "btnOK"}]})");
+  before_ = FilesIn(folder_.Path());
+  const Ended played = RunProgram({"play", "s.json"}, folder_.Path());
+  EXPECT_EQ(played.status, 4);
+  EXPECT_THAT(played.error, StartsWith("orlinths: s.json: no reply is left for the question "));
+  EXPECT_EQ(FilesIn(folder_.Path()), before_);
+  EXPECT_EQ(RunProgram({"play", "s.json", "--yes"}, folder_.Path()).status, 0);
+  EXPECT_TRUE(FilesIn(folder_.Path()).contains("sums.dbf"));
+}
+
 TEST_F(StatusTest, APlayedMistakeNamesItsFileAndStep) {
   const auto play = [&](const std::string& steps) {
     WriteBytes(folder_ / "s.json",
@@ -176,6 +215,9 @@ TEST_F(StatusTest, APlayedMistakeNamesItsFileAndStep) {
               "step 2: cmbL has no item \"x\"; it has: points");
   expectWrong(R"({"click": "clsXYAdd"}, {"set": "cmbXFld", "to": "NR"})",
               "step 2: cmbXFld is disabled");
+  expectWrong(R"({"click": "clsXYAdd"}, {"set": "cmbLayer", "to": "points"})",
+              "step 2: frmAddXY has no control");
+  expectWrong(R"({"click": "clsXYAdd"}, {"press": "btnRun"})", "step 2: frmAddXY has no control");
   expectWrong(R"({"click": "clsXY"})", "step 1: there is no command clsXY; the nearest: ");
   expectWrong(R"({"clack": "clsXYAdd"})", "");
   EXPECT_EQ(play(R"({"click": "clsXYAdd"}, {"press": "btnOK"})").status, 1);
