@@ -44,19 +44,43 @@ bool IsNoData(float v, float noData) { return v != v || v == noData; }
 
 std::int64_t TilesFor(std::int64_t cells, int tile) { return (cells + tile - 1) / tile; }
 
+constexpr std::size_t kTileSizeBytes = 2;  // before each tile
+
+/// The same geometry.
+const GridGeometry& Checked(const GridGeometry& geometry, GridWriter::Kind kind) {
+  GridWriter::CheckSize(geometry.columns, geometry.rows, kind);
+  return geometry;
+}
+
 }  // namespace
+
+void GridWriter::CheckSize(std::int64_t columns, std::int64_t rows, Kind kind) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr std::int64_t kMostTiles = kMost / 16;  // 8 bytes each in an index of half the 2 GB
+  if (columns < 1 || rows < 1 || columns > kMost || rows > kMost ||
+      TilesFor(columns, kTileColumns) * TilesFor(rows, kTileRows) > kMostTiles)
+    throw RuntimeError::Platform("A grid cannot have that many columns and rows.");
+  constexpr std::uint64_t kTileBytes = kTileCells * sizeof(float);
+  const auto before =
+      static_cast<std::uint64_t>(TilesFor(columns, kTileColumns) * TilesFor(rows, kTileRows) - 1);
+  if (kind == Kind::kFloat &&
+      !TileFits(kHeaderBytes + before * (kTileSizeBytes + kTileBytes), kTileBytes))
+    throw RuntimeError::Platform("The raster is too large for a grid, which ends below 4 GB.");
+}
+
+/// Places are told in words of 2 bytes, in 31 bits.
+bool GridWriter::TileFits(std::uint64_t position, std::size_t bytes) {
+  constexpr std::uint64_t kMostWords = std::numeric_limits<std::int32_t>::max();
+  return (position + kTileSizeBytes + bytes) / 2 <= kMostWords;
+}
 
 GridWriter::GridWriter(std::string folder, const GridGeometry& geometry, Kind kind)
     : folder_(std::move(folder)),
-      geometry_(geometry),
+      geometry_(Checked(geometry, kind)),
       kind_(kind),
       tilesPerRow_(TilesFor(geometry.columns, kTileColumns)),
       tilesPerColumn_(TilesFor(geometry.rows, kTileRows)),
       cells_(JoinPath(folder_, "w001001.adf"), OutputFile::Mode::kCreateNew) {
-  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
-  if (geometry.columns < 1 || geometry.rows < 1 || geometry.columns > kMost ||
-      geometry.rows > kMost || tilesPerRow_ * tilesPerColumn_ > kMost / 16)
-    throw RuntimeError::Platform("A grid cannot have that many columns and rows.");
   const auto band = static_cast<std::size_t>(tilesPerRow_ * kTileCells);
   if (kind == Kind::kInteger) {
     integerRows_.assign(band, kIntegerNoData);
@@ -157,9 +181,8 @@ void GridWriter::WriteFloatTile(std::int64_t tile) {
 /// A tile is its size in words, then its bytes; their number is even in every type.
 void GridWriter::WriteTile(std::span<const unsigned char> bytes) {
   const auto words = static_cast<std::uint32_t>(bytes.size() / 2);
-  constexpr std::uint64_t kMostWords = std::numeric_limits<std::int32_t>::max();
-  if (cells_.Position() / 2 + words + 1 > kMostWords)
-    throw RuntimeError::Platform("The raster is too large for a grid.");
+  if (!TileFits(cells_.Position(), bytes.size()))
+    throw RuntimeError::Platform("The raster is too large for a grid, which ends below 4 GB.");
   index_.push_back(static_cast<std::uint32_t>(cells_.Position() / 2));
   index_.push_back(words);
   const unsigned char size[] = {static_cast<unsigned char>(words >> 8),

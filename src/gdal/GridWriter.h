@@ -33,7 +33,15 @@ class GridWriter {
 
   enum class Kind { kInteger, kFloat };
 
-  /// `folder` must exist and be empty. A platform error for sizes that the format cannot hold.
+  /// A platform error for a size that the format cannot hold whatever the cells are. The file of
+  /// cells ends below 4 GB; floats take all their room, of integers it turns out while they are
+  /// written.
+  static void CheckSize(std::int64_t columns, std::int64_t rows, Kind kind);
+  /// True when a tile of `bytes` that begins at `position` ends where readers still find it.
+  static bool TileFits(std::uint64_t position, std::size_t bytes);
+
+  /// `folder` must exist and be empty. A platform error, before anything is written, for what
+  /// `CheckSize` refuses.
   GridWriter(std::string folder, const GridGeometry& geometry, Kind kind);
 
   /// The next row, `columns` long. Error 5 for a wrong length, the wrong kind or a row too many.

@@ -127,6 +127,10 @@ void Check(const std::string& folder, const NewRaster& raster) {
   if (!isSize(raster.cellSize.x) || !isSize(raster.cellSize.y) || !std::isfinite(raster.origin.x) ||
       !std::isfinite(raster.origin.y))
     throw RuntimeError::Platform("The cells of a raster need a size and a place.");
+  if (KindOf(raster.format) == Kind::kGrid)
+    GridWriter::CheckSize(raster.columns, raster.rows,
+                          IsInteger(GridType(raster.pixelType)) ? GridWriter::Kind::kInteger
+                                                                : GridWriter::Kind::kFloat);
   if (!files::FolderExists(folder))
     throw RuntimeError::Platform("The folder cannot be opened: " + folder);
   if (IsAt(JoinPath(folder, raster.name)))

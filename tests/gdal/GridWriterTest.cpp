@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <map>
 
@@ -286,6 +287,56 @@ TEST_F(GridWriterTest, RefusesSizesBeyondTheFormat) {
   EXPECT_EQ(open(1, 0), -2147467259);
   EXPECT_EQ(open(std::int64_t{1} << 31, 1), -2147467259);
   EXPECT_EQ(open(2000000000, 2000000000), -2147467259);
+  EXPECT_EQ(open(std::numeric_limits<std::int64_t>::max(), 1), -2147467259);
+  EXPECT_EQ(open(1, std::numeric_limits<std::int64_t>::max()), -2147467259);
+  EXPECT_TRUE(std::filesystem::is_empty(folder_ / "x")) << "before anything is written";
+}
+
+TEST_F(GridWriterTest, FloatsEndBelow4GB) {
+  const auto check = [](std::int64_t columns, std::int64_t rows, GridWriter::Kind kind) {
+    return ErrorFrom([&] { GridWriter::CheckSize(columns, rows, kind); });
+  };
+  const auto floats = GridWriter::Kind::kFloat, integers = GridWriter::Kind::kInteger;
+  // A header of 100 bytes, then tiles of 256 by 4 cells of 4 bytes, each behind its size of 2:
+  // 1,048,064 of them end at 4,294,966,372, one more at 4,294,970,470, beyond 2 (2^31 - 1).
+  constexpr std::int64_t kTiles = 1'048'064;
+  static_assert(100 + kTiles * 4098 <= 4'294'967'294 && 100 + (kTiles + 1) * 4098 > 4'294'967'294);
+  EXPECT_EQ(check(256, 4 * kTiles, floats), 0);
+  EXPECT_EQ(check(256, 4 * kTiles + 1, floats), -2147467259);
+  EXPECT_EQ(check(256 * kTiles, 4, floats), 0);
+  EXPECT_EQ(check(256 * kTiles + 1, 4, floats), -2147467259);
+  EXPECT_EQ(check(1000, 4 * (kTiles / 4), floats), 0) << "a row of tiles is as long as its tiles";
+  EXPECT_EQ(check(1000, 4 * (kTiles / 4) + 1, floats), -2147467259);
+  // Integers may be less: constant tiles take 8 bytes. Their index has its own end.
+  EXPECT_EQ(check(256, 4 * kTiles + 1, integers), 0);
+  EXPECT_EQ(check(256, 4 * std::int64_t{134'217'727}, integers), 0);
+  EXPECT_EQ(check(256, 4 * std::int64_t{134'217'727} + 1, integers), -2147467259);
+}
+
+TEST_F(GridWriterTest, TilesEndBelow4GB) {
+  constexpr std::uint64_t kEnd = 4'294'967'294;
+  EXPECT_TRUE(GridWriter::TileFits(100, 4096));
+  EXPECT_TRUE(GridWriter::TileFits(kEnd - 4098, 4096));
+  EXPECT_FALSE(GridWriter::TileFits(kEnd - 4096, 4096));
+  EXPECT_TRUE(GridWriter::TileFits(kEnd - 8, 6));
+  EXPECT_FALSE(GridWriter::TileFits(kEnd - 6, 6));
+  EXPECT_FALSE(GridWriter::TileFits(std::uint64_t{1} << 33, 6)) << "more than 32 bits";
+}
+
+TEST_F(GridWriterTest, ReadersFindTheLastTileThatFits) {
+  // The only tile of a grid moved to the end of a file that is a hole of 4 GB before it.
+  const std::vector<std::vector<float>> rows = {{1.5F, -2.25F, 7}};
+  const std::string path = Write(rows);
+  const std::string cells = ReadBytes(path + "/w001001.adf");
+  constexpr std::uint64_t kPlace = 4'294'967'294 - 4098;
+  ASSERT_TRUE(GridWriter::TileFits(kPlace, 4096));
+  std::filesystem::resize_file(path + "/w001001.adf", kPlace);
+  std::ofstream(path + "/w001001.adf", std::ios::app | std::ios::binary) << cells.substr(100);
+  std::string index = ReadBytes(path + "/w001001x.adf");
+  for (int i = 0; i < 4; ++i)
+    index[static_cast<std::size_t>(100 + i)] = static_cast<char>(kPlace / 2 >> (24 - 8 * i) & 255);
+  WriteBytes(path + "/w001001x.adf", index);
+  EXPECT_EQ(GdalCells(path), (Rows{{1.5, -2.25, 7}}));
 }
 
 TEST_F(GridWriterTest, StopsOnRequest) {

@@ -211,6 +211,13 @@ TEST_F(RasterCreationTest, RefusesWhatCannotBe) {
   for (const char* format : {"TIFF", "GRID"})
     for (const PixelType type : {PixelType::kComplex, PixelType::kDoubleComplex})
       EXPECT_EQ(with([&](NewRaster& r) { r.format = format, r.pixelType = type; }), kPlatform);
+  // A grid of floats beyond 4 GB, not a TIFF; and nothing is written before it is refused.
+  for (const PixelType type : {PixelType::kFloat, PixelType::kDouble})
+    EXPECT_EQ(with([&](NewRaster& r) {
+                r.format = "GRID", r.name = "x", r.pixelType = type;
+                r.columns = r.rows = 33'000;
+              }),
+              kPlatform);
   EXPECT_EQ(ErrorFrom([&] { CreateRasterDataset("", good); }), kPlatform);
   EXPECT_EQ(ErrorFrom([&] { CreateRasterDataset(folder_ / "none", good); }), kPlatform);
   EXPECT_EQ(Names(), Texts{});
