@@ -37,16 +37,6 @@ std::string AskForFieldName(const std::string& layerName) {
 
 std::string UpToFirstPoint(const std::string& text) { return text.substr(0, text.find('.')); }
 
-std::string FirstCharacters(const std::string& text, int count) {
-  std::size_t end = 0;
-  while (end < text.size()) {
-    const bool beginsCharacter = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
-    if (beginsCharacter && count-- == 0) break;
-    ++end;
-  }
-  return text.substr(0, end);
-}
-
 QueryFilter ShapeAlone() {
   QueryFilter filter;
   filter.onlyFields.emplace();

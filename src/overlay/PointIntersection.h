@@ -39,8 +39,6 @@ void WarnOfPointsOutside(std::int64_t outside, const std::string& layerName);
 std::string AskForFieldName(const std::string& layerName);
 /// What stands before the first point.
 std::string UpToFirstPoint(const std::string& text);
-/// The first `count` characters of a UTF-8 text.
-std::string FirstCharacters(const std::string& text, int count);
 
 /// Reads nothing of a row but its shape.
 QueryFilter ShapeAlone();

@@ -7,6 +7,7 @@
 #include "data/FieldsAndDatasets.h"
 #include "host/Steps.h"
 #include "runtime/Ports.h"
+#include "runtime/Text.h"
 #include "runtime/Trap.h"
 
 namespace orlinths {
