@@ -302,7 +302,8 @@ void InputFile::Read(std::uint64_t position, void* to, std::size_t count) const 
   if (ReadUpTo(position, to, count) != count) throw RuntimeError(ErrorNumber::kPastEndOfFile);
 }
 
-TextWriter::TextWriter(const std::string& path) : file_(path, OutputFile::Mode::kReplace) {}
+TextWriter::TextWriter(const std::string& path, Start start)
+    : file_(path, start == Start::kAnew ? OutputFile::Mode::kReplace : OutputFile::Mode::kUpdate) {}
 
 TextWriter::~TextWriter() {
   if (!file_.IsOpen()) return;

@@ -126,8 +126,10 @@ class InputFile {
 /// written to it.
 class TextWriter {
  public:
-  /// Creates or replaces the file.
-  explicit TextWriter(const std::string& path);
+  enum class Start { kAnew, kAtEnd };
+  /// kAnew: creates or replaces the file. kAtEnd: goes on behind what an existing file holds; error
+  /// 53 without one.
+  explicit TextWriter(const std::string& path, Start start = Start::kAnew);
   ~TextWriter();
   void Write(std::string_view text) { file_.Write(text); }
   void WriteLine(std::string_view text = {});

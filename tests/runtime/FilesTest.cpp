@@ -150,6 +150,15 @@ TEST_F(FilesTest, ATextFileKeepsWhatWasWrittenEvenIfItIsNotClosed) {
   EXPECT_EQ(ReadBytes(folder / "t"), "one\n\n\nend");
 }
 
+TEST_F(FilesTest, ATextFileCanBeContinued) {
+  WriteBytes(folder / "t", "one\n");
+  TextWriter writer(folder / "t", TextWriter::Start::kAtEnd);
+  writer.WriteLine("two");
+  writer.Close();
+  EXPECT_EQ(ReadBytes(folder / "t"), "one\ntwo\n");
+  EXPECT_EQ(NumberOf([&] { TextWriter(folder / "none", TextWriter::Start::kAtEnd); }), 53);
+}
+
 TEST_F(FilesTest, ALineLongerThanTheBufferIsOneLine) {
   const std::string line(200'000, 'x');
   WriteBytes(folder / "t", line + "\r\n" + line);
