@@ -3,6 +3,9 @@
 #include <memory>
 
 #include "host/Commands.h"
+#include "kernel/BatchKernel.h"
+#include "kernel/KernelEstimator.h"
+#include "kernel/PercentVolumeContours.h"
 #include "overlay/IntersectPoints.h"
 #include "raster/ZonalStats.h"
 #include "sampling/RandomPoints.h"
@@ -26,6 +29,9 @@ std::unique_ptr<Dialog> Make() {
 /// One line a tool, folder by folder.
 constexpr Tool kTools[] = {
     {"frmISectPnt", Make<frmISectPnt>},
+    {"frmPctVolContour", Make<frmPctVolContour>},
+    {"frmBatchKernel", Make<frmBatchKernel>},
+    {"frmKernel", Make<frmKernel>},
     {"frmZonalStats", Make<frmZonalStats>},
     {"frmRandomPoints", Make<frmRandomPoints>},
     {"frmAddArea", Make<frmAddArea>},

@@ -20,14 +20,14 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-struct Fix {
+struct Sighting {
   double x, y, weight = 1;
 };
 
-PointArray Points(const std::vector<Fix>& fixes) {
+PointArray Points(const std::vector<Sighting>& fixes) {
   PointArray points({0, std::ssize(fixes) - 1}, {0, 2});
   for (std::int64_t i = 0; i < std::ssize(fixes); ++i) {
-    const Fix& fix = fixes[static_cast<std::size_t>(i)];
+    const Sighting& fix = fixes[static_cast<std::size_t>(i)];
     points(i, 0) = fix.x;
     points(i, 1) = fix.y;
     points(i, 2) = fix.weight;
@@ -41,9 +41,9 @@ struct Frame {
   std::int32_t columns, rows;
 };
 
-Frame FrameOver(const std::vector<Fix>& fixes, double h, double cell) {
+Frame FrameOver(const std::vector<Sighting>& fixes, double h, double cell) {
   double xMin = fixes[0].x, xMax = xMin, yMin = fixes[0].y, yMax = yMin;
-  for (const Fix& fix : fixes) {
+  for (const Sighting& fix : fixes) {
     xMin = std::min(xMin, fix.x), xMax = std::max(xMax, fix.x);
     yMin = std::min(yMin, fix.y), yMax = std::max(yMax, fix.y);
   }
@@ -52,7 +52,7 @@ Frame FrameOver(const std::vector<Fix>& fixes, double h, double cell) {
           static_cast<std::int32_t>(std::floor((2 * h + (yMax - yMin) + 2 * cell) / cell))};
 }
 
-DensityGrid Estimate(const std::vector<Fix>& fixes, double h, const Frame& frame,
+DensityGrid Estimate(const std::vector<Sighting>& fixes, double h, const Frame& frame,
                      double scaling = 1) {
   const auto grid = SimpleKernel2(Points(fixes), h, frame.cellSize, frame.originX, frame.originY,
                                   frame.columns, frame.rows, scaling);
@@ -60,7 +60,7 @@ DensityGrid Estimate(const std::vector<Fix>& fixes, double h, const Frame& frame
   return grid.value_or(DensityGrid());
 }
 
-DensityGrid EstimatePlain(const std::vector<Fix>& fixes, double h, const Frame& frame,
+DensityGrid EstimatePlain(const std::vector<Sighting>& fixes, double h, const Frame& frame,
                           double scaling = 1) {
   return SimpleKernel2Plain(Points(fixes), h, frame.cellSize, frame.originX, frame.originY,
                             frame.columns, frame.rows, scaling);
@@ -141,7 +141,7 @@ TEST(SimpleKernel2, DividesByTheNumberOfPointsNotByTheirWeights) {
 TEST(SimpleKernel2, HoldsOneForEachPointOverThePlane) {
   Seeded random("SimpleKernel2.HoldsOneForEachPointOverThePlane");
   for (const double cells : {3.0, 10.0, 47.3}) {
-    std::vector<Fix> fixes;
+    std::vector<Sighting> fixes;
     double weights = 0;
     for (int i = 0; i < 20; ++i) {
       fixes.push_back({random.Real(5e5, 5.01e5), random.Real(4e6, 4.001e6), random.Real(0, 4)});
@@ -180,7 +180,7 @@ TEST(SimpleKernel2, HasTheBitsOfTheFormulaTakenCellByCell) {
     const double h = cell * (random.Chance(0.2) ? random.Real(0.01, 1) : random.Real(1, 25));
     const double spread = cell * random.Real(1, 90);
     const double scaling = random.Chance(0.5) ? 1e6 : random.Real(-5, 5);
-    std::vector<Fix> fixes;
+    std::vector<Sighting> fixes;
     for (auto n = random.Whole(1, 60); n > 0; --n)
       fixes.push_back({5e5 + random.Real(0, spread), 4.2e6 + random.Real(0, spread),
                        random.Chance(0.5) ? 1 : random.Real(-1, 3)});
@@ -201,7 +201,7 @@ TEST(SimpleKernel2, HasTheBitsOfTheFormulaTakenCellByCell) {
 TEST(SimpleKernel2, HasTheSameBitsAcrossItsStrips) {
   Seeded random("SimpleKernel2.HasTheSameBitsAcrossItsStrips");
   for (const auto& [columns, rows] : {std::pair(1500, 400), {70, 9000}, {4000, 1}, {1, 4000}}) {
-    std::vector<Fix> fixes;
+    std::vector<Sighting> fixes;
     for (int i = 0; i < 300; ++i)
       fixes.push_back({random.Real(-20, columns + 20), random.Real(-20, rows + 20), 1});
     const Frame frame{0, 0, 1, columns, rows};
@@ -214,8 +214,8 @@ TEST(SimpleKernel2, HasTheSameBitsForNumbersOfAnySize) {
   const double inf = std::numeric_limits<double>::infinity();
   for (const double size : {1e-150, 1e-60, 1e-20, 1.0, 1e20, 1e60, 1e150})
     for (const double weight : {1e-320, 1e-300, 1e-95, 1.0, 1e95, 1e290, inf, std::nan("")}) {
-      const std::vector<Fix> fixes = {{3.3 * size, 4.1 * size, weight},
-                                      {7 * size, 6 * size, weight / 3}};
+      const std::vector<Sighting> fixes = {{3.3 * size, 4.1 * size, weight},
+                                           {7 * size, 6 * size, weight / 3}};
       const Frame frame{0, 0, size, 11, 11};
       for (const double cells : {0.9, 2.5, 4.0})
         ASSERT_TRUE(SameBits(Estimate(fixes, cells * size, frame, 0.7),
@@ -266,7 +266,7 @@ class KernelFailures : public ::testing::Test {
  protected:
   /// The one report of a kernel that cannot be.
   std::string ReportOf(double h, double cellSize, std::int32_t columns, std::int32_t rows,
-                       Fix fix = {5, 5}) {
+                       Sighting fix = {5, 5}) {
     messages_.Clear();
     EXPECT_FALSE(SimpleKernel2(Points({fix}), h, cellSize, 0, 0, columns, rows, 1));
     EXPECT_EQ(messages_.All().size(), 1U);
@@ -313,7 +313,7 @@ TEST_F(KernelFailures, AKernelBeyond32BitCellsIsAnOverflow) {
 }
 
 TEST_F(KernelFailures, ALongSumYieldsAndTakesAStopRequest) {
-  const std::vector<Fix> fixes(40, Fix{500, 500});
+  const std::vector<Sighting> fixes(40, Sighting{500, 500});
   Estimate(fixes, 490, {0, 0, 1, 1000, 1000});
   EXPECT_GE(messages_.yields, 1);
   RequestStop();
