@@ -79,7 +79,16 @@ std::vector<std::string> FilesIn(const std::string& folder, const std::string& e
 struct Page {
   std::vector<std::vector<std::string>> blocks;
   std::vector<std::vector<std::vector<std::string>>> tables;
+  std::string shapefile;  ///< the last one that stands in back quotes before the last table
 };
+
+/// The last name of a shapefile in back quotes; empty without one.
+std::string ShapefileIn(const std::string& line) {
+  const std::size_t end = line.rfind(".shp`");
+  if (end == std::string::npos) return "";
+  const std::size_t begin = line.rfind('`', end) + 1;
+  return line.substr(begin, end + 4 - begin);
+}
 
 std::vector<std::string> CellsOf(const std::string& row) {
   std::vector<std::string> cells;
@@ -94,6 +103,7 @@ std::vector<std::string> CellsOf(const std::string& row) {
 Page ReadPage(const std::string& path) {
   Page page;
   bool inBlock = false, inTable = false;
+  std::string shapefile;
   for (const std::string& line : LinesOf(ReadBytes(path))) {
     const bool isRow = !inBlock && line.starts_with("|");
     if (line.starts_with("```")) {
@@ -103,7 +113,10 @@ Page ReadPage(const std::string& path) {
       page.blocks.back().push_back(line);
     } else if (isRow) {
       if (!inTable) page.tables.emplace_back();
+      page.shapefile = shapefile;
       if (!line.starts_with("|---")) page.tables.back().push_back(CellsOf(line));
+    } else if (const std::string named = ShapefileIn(line); !named.empty()) {
+      shapefile = named;
     }
     inTable = isRow;
   }
@@ -122,8 +135,10 @@ void ExpectShown(const std::string& cell, const std::string& value) {
               0.5 * std::pow(10, -static_cast<double>(decimals)));
 }
 
-/// The table that a command is about: the one that it makes, else its first input.
-std::string TableOf(const std::string& command) {
+/// The table that a command is about: the one that it makes, else its first input. Of a command
+/// that fills a folder, the one that the page names before its table.
+std::string TableOf(const Page& page, const std::string& command) {
+  if (command.find("txtOutFolder=") != std::string::npos) return page.shapefile;
   std::size_t begin = command.find("data/");
   for (const std::string made : {"txtOutput=", "txtOutFile="})
     if (const std::size_t output = command.find(made); output != std::string::npos)
@@ -165,7 +180,7 @@ TEST(Pages, EveryExampleGivesTheTableBelowIt) {
       std::string output;
       EXPECT_EQ(here.Shell(command, output), 0) << command << '\n' << output;
     }
-    ExpectTableOf(page, ReadOgr(here / TableOf(commands.back())));
+    ExpectTableOf(page, ReadOgr(here / TableOf(page, commands.back())));
   }
 }
 
@@ -198,7 +213,7 @@ TEST(Sessions, EveryOneTellsWhatIsWrittenBesideItAndGivesThePagesTable) {
     const std::string path = kSource + "/docs/tools/" + StemOf(session) + ".md";
     if (!files::FileExists(path)) continue;
     const Page page = ReadPage(path);
-    ExpectTableOf(page, ReadOgr(here / TableOf(CommandsOf(page).back())));
+    ExpectTableOf(page, ReadOgr(here / TableOf(page, CommandsOf(page).back())));
   }
 }
 
