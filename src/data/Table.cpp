@@ -1,8 +1,11 @@
 #include "data/Table.h"
 
 #include <algorithm>
+#include <bit>
 #include <numeric>
+#include <unordered_set>
 
+#include "data/KeyColumn.h"
 #include "runtime/Ports.h"
 
 namespace orlinths {
@@ -19,6 +22,17 @@ int Order(const Value& a, const Value& b) {
   const int rankA = rank(a), rankB = rank(b);
   if (rankA != rankB) return rankA < rankB ? -1 : 1;
   return rankA < 2 ? 0 : Compare(a, b);
+}
+
+/// A row made by hand may know its values without knowing its fields.
+FieldType TypeOf(const IRow& row, int field) {
+  const Fields& fields = row.Fields();
+  return field < fields.FieldCount() ? fields[field].type : FieldType::kBlob;
+}
+
+/// The same for all numbers that `Order` takes for the same.
+std::uint64_t BitsOf(double number) {
+  return std::bit_cast<std::uint64_t>(std::isnan(number) ? std::nan("") : number + 0.0);
 }
 
 template <class T>
@@ -90,12 +104,19 @@ ISelectionSet ISelectionSet::Combine(const ISelectionSet& other, Operation opera
 
 std::vector<Value> UniqueValues(ICursor& rows, int field) {
   std::vector<Value> values;
-  while (const IRow* row = rows.Next()) {
-    Value value = row->GetValue(field);
-    // Sorted input, common for group fields, stays small from the start.
-    if (value.IsNull() || (!values.empty() && value == values.back())) continue;
-    values.push_back(std::move(value));
-  }
+  std::unordered_set<std::uint64_t> numbers;
+  std::unordered_set<std::string> texts;
+  std::string text;
+  // A `Value` is made for what is new, not for every row.
+  const auto isNew = [&](const IRow& row) {
+    const FieldType type = TypeOf(row, field);
+    if (type < FieldType::kText) return numbers.insert(BitsOf(row.GetDouble(field))).second;
+    if (type != FieldType::kText) return true;
+    row.GetText(field, text);
+    return texts.insert(text).second;
+  };
+  while (const IRow* row = rows.Next())
+    if (!row->IsNull(field) && isNew(*row)) values.push_back(row->GetValue(field));
   std::sort(values.begin(), values.end(),
             [](const Value& a, const Value& b) { return Order(a, b) < 0; });
   values.erase(std::unique(values.begin(), values.end(),
@@ -106,31 +127,29 @@ std::vector<Value> UniqueValues(ICursor& rows, int field) {
 
 std::vector<Oid> SortedOids(const ITable& table, const std::vector<std::string>& fields,
                             const ISelectionSet* among) {
-  std::vector<int> columns;
-  for (const std::string& name : fields) {
-    columns.push_back(table.FindField(name));
-    if (columns.back() < 0)
-      throw RuntimeError::Platform("The table " + table.Name() + " has no field " + name + ".");
-  }
+  std::vector<KeyColumn> keys;
+  for (const std::string& name : fields) keys.emplace_back(table, name);
   QueryFilter what;
   what.onlyFields = fields;
   what.withShape = false;
   const CursorPtr rows = among ? table.SearchOids(among->Oids(), what) : table.Search(what);
 
   std::vector<Oid> oids;
-  std::vector<Value> keys;  // row by row
   while (const IRow* row = rows->Next()) {
     oids.push_back(row->OID());
-    for (const int column : columns) keys.push_back(row->GetValue(column));
+    for (KeyColumn& key : keys) key.Add(*row);
   }
   std::vector<std::size_t> order(oids.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
-  const std::size_t width = columns.size();
-  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-    for (std::size_t k = 0; k < width; ++k)
-      if (const int sign = Order(keys[a * width + k], keys[b * width + k])) return sign < 0;
-    return false;
-  });
+  if (keys.size() == 1) {
+    order = keys.front().Sorted();
+  } else {
+    std::ranges::stable_sort(order, [&](std::size_t a, std::size_t b) {
+      for (const KeyColumn& key : keys)
+        if (const int sign = key.Order(a, b)) return sign < 0;
+      return false;
+    });
+  }
   std::vector<Oid> sorted;
   sorted.reserve(order.size());
   for (const std::size_t i : order) sorted.push_back(oids[i]);

@@ -43,8 +43,10 @@ class IRow {
   virtual Value GetValue(int field) const = 0;
   /// Converts to the field's type when the row is stored; a value that does not fit is an error then.
   virtual void SetValue(int field, const Value& value) = 0;
-  /// The same without a `Value`, for inner loops. Null and text follow the rules of `ToDouble`.
+  /// The same without a `Value`, for inner loops. Null and text follow the rules of `ToDouble` and `ToText`.
   virtual double GetDouble(int field) const { return ToDouble(GetValue(field)); }
+  virtual void GetText(int field, std::string& text) const { text = ToText(GetValue(field)); }
+  virtual bool IsNull(int field) const { return GetValue(field).IsNull(); }
   virtual void SetDouble(int field, double value) { SetValue(field, Value(value)); }
 
   virtual const Geometry& Shape() const = 0;   ///< null and empty shapes are `IsEmpty`
@@ -168,11 +170,11 @@ using FeatureClassPtr = std::shared_ptr<IFeatureClass>;
 /// first failure is raised then.
 void CommitAllEdits();
 
-/// Values of one field over the rows of a cursor: ascending, each once, nulls left out. O(n log n).
+/// Values of one field over the rows of a cursor: ascending, each once, nulls left out. O(n + u log u) for u values.
 std::vector<Value> UniqueValues(ICursor& rows, int field);
 
 /// OIDs of all rows sorted ascending by the given fields, first field first; stable; text compares by code point, null before
-/// everything. With `among`, only those rows.
+/// everything. With `among`, only those rows. A platform error for a field that is not there, a geometry or a blob.
 std::vector<Oid> SortedOids(const ITable& table, const std::vector<std::string>& fields,
                             const ISelectionSet* among = nullptr);
 

@@ -112,11 +112,33 @@ Value SourceRow::GetValue(int field) const {
   return ReadValue(*feature_, column, source_.Fields()[field].type, source_.KnowsNull());
 }
 
-double SourceRow::GetDouble(int field) const {
+int SourceRow::PlainColumnOf(int field) const {
   const int column = ColumnOf(field);
-  if (column < 0 || !changes_.empty() || source_.HasPendingEdits())
-    return ToDouble(GetValue(field));
+  return changes_.empty() && !source_.HasPendingEdits() ? column : -1;
+}
+
+double SourceRow::GetDouble(int field) const {
+  const int column = PlainColumnOf(field);
+  if (column < 0) return ToDouble(GetValue(field));
   return ReadDouble(*feature_, column, source_.Fields()[field].type, source_.KnowsNull());
+}
+
+void SourceRow::GetText(int field, std::string& text) const {
+  const int column = PlainColumnOf(field);
+  if (column < 0 || source_.Fields()[field].type != FieldType::kText ||
+      !feature_->IsFieldSetAndNotNull(column)) {
+    text = ToText(GetValue(field));
+  } else {
+    text = feature_->GetFieldAsString(column);
+  }
+}
+
+bool SourceRow::IsNull(int field) const {
+  const int column = PlainColumnOf(field);
+  // A date that cannot be read is null, too.
+  if (column < 0 || source_.Fields()[field].type > FieldType::kText)
+    return GetValue(field).IsNull();
+  return source_.KnowsNull() && !feature_->IsFieldSetAndNotNull(column);
 }
 
 SourceRow::Change& SourceRow::ChangeOf(int field) {

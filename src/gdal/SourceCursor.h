@@ -22,6 +22,8 @@ class SourceRow final : public IRow {
   Value GetValue(int field) const override;
   void SetValue(int field, const Value& value) override;
   double GetDouble(int field) const override;
+  void GetText(int field, std::string& text) const override;
+  bool IsNull(int field) const override;
   void SetDouble(int field, double value) override;
   const Geometry& Shape() const override;
   void SetShape(Geometry shape) override;
@@ -42,6 +44,8 @@ class SourceRow final : public IRow {
   void Become(OGRFeatureUniquePtr feature);
   /// The column in the file of a checked field; -1 when the file does not have it.
   int ColumnOf(int field) const;
+  /// That column where what stands in the file is what counts; -1 where edits may be before it.
+  int PlainColumnOf(int field) const;
   Change& ChangeOf(int field);
 
   VectorSource& source_;

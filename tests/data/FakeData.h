@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "data/Application.h"
+#include "data/ItemList.h"
 #include "data/Layers.h"
 #include "data/Map.h"
 

@@ -160,6 +160,28 @@ class SortTest : public ::testing::Test {
   TempFolder folder;
 };
 
+TEST_F(SortTest, UniqueValuesAreThoseOfASetOfValues) {
+  Seeded random("SortTest.UniqueValuesAreThoseOfASetOfValues");
+  std::vector<std::pair<int, std::string>> rows;
+  std::set<int> numbers;
+  std::set<std::string> texts;
+  for (int i = 0; i < 2000; ++i) {
+    const auto number = static_cast<int>(random.Whole(-40, 40));
+    const std::string text(static_cast<std::size_t>(random.Whole(0, 3)),
+                           static_cast<char>('a' + random.Whole(0, 5)));
+    rows.emplace_back(number, text);
+    numbers.insert(number);
+    texts.insert(text);
+  }
+  const TablePtr table = Table(rows);
+  std::vector<Value> expected;
+  for (const int number : numbers) expected.emplace_back(std::int32_t{number});
+  EXPECT_EQ(UniqueValues(*table->Search(), 1), expected);
+  expected.clear();
+  for (const std::string& text : texts) expected.emplace_back(text);
+  EXPECT_EQ(UniqueValues(*table->Search(), 2), expected);
+}
+
 TEST_F(SortTest, IsStableAscendingAndByCodePoint) {
   const TablePtr table = Table({{2, "b"}, {1, "ä"}, {2, "B"}, {1, "z"}, {-5, ""}, {2, "b"}});
   EXPECT_EQ(SortedOids(*table, {"N"}), (Oids{4, 1, 3, 0, 2, 5}));
@@ -167,6 +189,7 @@ TEST_F(SortTest, IsStableAscendingAndByCodePoint) {
   EXPECT_EQ(SortedOids(*table, {"n", "t"}), (Oids{4, 3, 1, 2, 0, 5}));
   const ISelectionSet among({0, 3, 4, 99});
   EXPECT_EQ(SortedOids(*table, {"N"}, &among), (Oids{4, 3, 0}));
+  EXPECT_EQ(SortedOids(*table, {}), (Oids{0, 1, 2, 3, 4, 5}));
   EXPECT_THROW(SortedOids(*table, {"NONE"}), RuntimeError);
 }
 

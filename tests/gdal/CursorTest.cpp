@@ -77,6 +77,61 @@ TEST_F(CursorTest, SeveralWalkOneClassAtOnce) {
   EXPECT_EQ(pairs, 25);
 }
 
+/// Every way to read a value agrees with `GetValue`, in all rows and fields.
+void ExpectOneAnswer(const ITable& table) {
+  const CursorPtr rows = table.Search();
+  std::string text = "what was there before";
+  while (const IRow* row = rows->Next()) {
+    for (int field = 0; field < table.Fields().FieldCount(); ++field) {
+      SCOPED_TRACE(table.Name() + "." + table.Fields()[field].name);
+      const Value value = row->GetValue(field);
+      EXPECT_EQ(row->IsNull(field), value.IsNull());
+      if (value.IsNull()) {
+        EXPECT_EQ(NumberOf([&] { row->GetText(field, text); }), 94);
+        EXPECT_EQ(NumberOf([&] { row->GetDouble(field); }), 94);
+      } else {
+        row->GetText(field, text);
+        EXPECT_EQ(text, ToText(value));
+        if (!value.IsText()) {
+          EXPECT_EQ(row->GetDouble(field), ToDouble(value));
+        }
+      }
+    }
+  }
+}
+
+TEST_F(CursorTest, EveryWayToReadAValueGivesTheSame) {
+  const std::vector<OgrColumn> columns = {{"SMALL", OFTInteger, 4},  {"WHOLE", OFTInteger, 9},
+                                          {"SINGLE", OFTReal, 12, 3}, {"DOUBLE", OFTReal, 24, 10},
+                                          {"NAME", OFTString, 20},    {"DAY", OFTDate}};
+  const std::vector<OgrRow> rows = {
+      {"POINT(0 0)", {"7", "70000", "0.5", "0.1", "Zürich", "2020/01/31"}},
+      {"POINT(1 1)", {"", "", "", "", "", ""}},
+      {"POINT(2 2)", {"-3", "0", "1e5", "-2.25", "longer than a buffer", ""}}};
+  WriteOgr("ESRI Shapefile", folder / "s.shp", wkbPoint, columns, rows);
+  WriteOgr("GPKG", folder / "g.gpkg", wkbPoint, columns, rows);
+  for (const char* file : {"s.shp", "g.gpkg"}) {
+    const FeatureClassPtr points = OpenFeatureClassByPath(folder / file);
+    ExpectOneAnswer(*points);
+    CursorPtr update = points->Update();
+    IRow* row = update->Next();
+    row->SetValue(6, Value("new"));
+    row->SetValue(2, Value(std::int16_t{9}));
+    std::string text;
+    row->GetText(6, text);
+    EXPECT_EQ(text, "new") << "not stored yet";
+    row->GetText(2, text);
+    EXPECT_EQ(text, "9");
+    update->UpdateRow(*row);
+    EXPECT_EQ(NumberOf([&] { row->GetText(99, text); }), 9);
+    EXPECT_EQ(NumberOf([&] { row->IsNull(-1); }), 9);
+    ExpectOneAnswer(*points);  // edits pending
+    update.reset();
+    points->AddField(Make("MORE", FieldType::kText, 10));
+    ExpectOneAnswer(*points);
+  }
+}
+
 TEST_F(CursorTest, ReadersSeePendingUpdatesAtOnceAndTheFileAtRelease) {
   const FeatureClassPtr points = Points(3);
   points->AddField(Make("LEN", FieldType::kDouble, 16));
