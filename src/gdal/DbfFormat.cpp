@@ -260,7 +260,6 @@ Field FieldFor(const DbfColumn& column) {
   } else if (column.type == 'D') {
     field.type = FieldType::kDate;
   }
-  if (field.type == FieldType::kText) field.precision = 0;
   return field;
 }
 

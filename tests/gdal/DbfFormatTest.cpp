@@ -162,6 +162,10 @@ TEST(DbfColumn, ReadsAsThePlatformSays) {
   EXPECT_EQ(read.length, 14);
   EXPECT_EQ(read.precision, 14);
   EXPECT_EQ(read.scale, 3);
+  const Field text = FieldFor(DbfColumn{"T", 'C', 20, 0, 1, ""});
+  EXPECT_EQ(text.length, 20);
+  EXPECT_EQ(text.precision, 20);
+  EXPECT_EQ(text.scale, 0);
   // Beyond 32 bits an integer column answers with doubles.
   EXPECT_EQ(DecodeNumberValue(2147483647, FieldType::kInteger), Value(2147483647));
   EXPECT_EQ(DecodeNumberValue(2147483648, FieldType::kInteger), Value(2147483648.0));
