@@ -115,8 +115,10 @@ std::vector<Value> UniqueValues(ICursor& rows, int field) {
     row.GetText(field, text);
     return texts.insert(text).second;
   };
-  while (const IRow* row = rows.Next())
+  for (std::int64_t read = 1; const IRow* row = rows.Next(); ++read) {
+    if (read % 4096 == 0) Yield();
     if (!row->IsNull(field) && isNew(*row)) values.push_back(row->GetValue(field));
+  }
   std::sort(values.begin(), values.end(),
             [](const Value& a, const Value& b) { return Order(a, b) < 0; });
   values.erase(std::unique(values.begin(), values.end(),
