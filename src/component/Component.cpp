@@ -12,6 +12,9 @@
 #include "tables/AddArea.h"
 #include "tables/AddLength.h"
 #include "tables/AddXY.h"
+#include "tables/DeleteFields.h"
+#include "tables/SumValues.h"
+#include "tables/UniqueValues.h"
 
 namespace orlinths {
 namespace {
@@ -37,6 +40,9 @@ constexpr Tool kTools[] = {
     {"frmAddArea", Make<frmAddArea>},
     {"frmAddLength", Make<frmAddLength>},
     {"frmAddXY", Make<frmAddXY>},
+    {"frmUV", Make<frmUV>},
+    {"frmSumValues", Make<frmSumValues>},
+    {"frmDeleteFlds", Make<frmDeleteFlds>},
 };
 
 }  // namespace

@@ -49,7 +49,8 @@ enum class ControlKind {
 /// The name of a kind in descriptions and events: "button", "text", "combo", ...
 const char* KindName(ControlKind kind);
 
-enum class BackColour { kWindow, kButtonFace };
+/// The system's colours; that of an application's workspace is the darkest.
+enum class BackColour { kWindow, kButtonFace, kWorkspace };
 
 /// How a control is declared, beside name and caption.
 enum class State { kEnabled, kDisabled, kHidden };
