@@ -117,6 +117,8 @@ NextAction RunPlan::NextOf(Opening& opening) {
       return PressMain(opening);
     case Stage::kPressed:
       return AfterThePress(opening);
+    case Stage::kAnswered:
+      return {};
     case Stage::kLeave:
       return {NextAction::Kind::kClose, {}, {}};
   }
@@ -138,7 +140,12 @@ NextAction RunPlan::AfterThePress(Opening& opening) {
   const Dialog& dialog = *opening.dialog;
   const bool hasMain = dialog.MainButton() != nullptr;
   const bool isTool = openings_.size() == 1;
-  if (isTool && hasMain) return {};  // the tool's dialog stays as the press has left it
+  if (isTool && hasMain) {  // the tool's dialog stays as the press has left it
+    opening.stage = Stage::kAnswered;
+    if (dialog.EndedInSuccess() && !AnswerText(dialog).empty())
+      return Do(steps::Show{.onlyAnswer = true});
+    return {};
+  }
   if (!isTool && hasMain && !dialog.EndedInSuccess() && ++refusals_[dialog.Name()] >= kMostRefusals)
     return GiveUp(dialog.Name() + " opens again and again, and its " + dialog.MainButton()->name +
                   " never closes it: set its controls with " + dialog.Name() + ".NAME=VALUE");

@@ -33,7 +33,7 @@ class RunPlan : public StepSource {
   void Closed(Dialog& dialog) override;
 
  private:
-  enum class Stage { kAssign, kPress, kPressed, kLeave };
+  enum class Stage { kAssign, kPress, kPressed, kAnswered, kLeave };
   /// One opening of a dialog.
   struct Opening {
     Dialog* dialog;

@@ -7,6 +7,7 @@
 
 #include "session/UserHand.h"
 #include "session/Words.h"
+#include "runtime/Files.h"
 #include "runtime/Value.h"
 
 namespace orlinths {
@@ -178,6 +179,19 @@ std::string ReportText(const Dialog& dialog) {
       if (!control->caption().empty()) text += control->caption() + ' ';
       text += WithLineBreaks(static_cast<const TextBox&>(*control).text());
     }
+    if (!text.empty() && text.back() != '\n') text += '\n';
+  }
+  return text;
+}
+
+std::string AnswerText(const Dialog& dialog) {
+  std::string text;
+  for (const auto& control : dialog.Controls()) {
+    const auto* box = dynamic_cast<const TextBox*>(control.get());
+    if (box == nullptr || !box->readOnly || !box->visible() || box->picker != nullptr ||
+        EqualNoCase(box->name, "txtStatus"))
+      continue;
+    text += WithLineBreaks(box->text());
     if (!text.empty() && text.back() != '\n') text += '\n';
   }
   return text;

@@ -17,6 +17,9 @@ std::string ControlsTable(const Dialog& dialog);
 
 /// What the dialog's labels and text boxes say, one after the other, each ending in a line break.
 std::string ReportText(const Dialog& dialog);
+/// What the boxes say that a run fills and nobody types into, in the same way; the status line is
+/// none of them.
+std::string AnswerText(const Dialog& dialog);
 /// Does the dialog only show something, with no button that runs anything?
 bool IsOnlyRead(const Dialog& dialog);
 

@@ -57,6 +57,7 @@ class JsonEvents : public EventWriter {
            {"dialog", dialog.Name()},
            {"controls", ControlsJson(dialog, false)}});
   }
+  void Answer(const Dialog& dialog) override { Controls(dialog); }
   void Status(const std::string& text) override { Write({{"event", "status"}, {"text", text}}); }
   void Progressed(const Progress& progress) override {
     Write({{"event", "progress"},
@@ -103,6 +104,7 @@ class PlainEvents : public EventWriter {
   void Controls(const Dialog& dialog) override {
     Say(IsOnlyRead(dialog) ? ReportText(dialog) : ControlsTable(dialog));
   }
+  void Answer(const Dialog& dialog) override { Say(AnswerText(dialog)); }
   void Status(const std::string& text) override { Chat(text); }
   void Progressed(const Progress& progress) override {
     constexpr double kCells = 40;

@@ -37,6 +37,8 @@ class EventWriter {
   virtual void Message(const std::string& text, const std::string& title, int flags,
                        std::optional<Reply> reply) = 0;
   virtual void Controls(const Dialog& dialog) = 0;
+  /// What a run has put into its own dialog; as an event no different from `Controls`.
+  virtual void Answer(const Dialog& dialog) = 0;
   virtual void Status(const std::string& text) = 0;
   virtual void Progressed(const Progress& progress) = 0;
   virtual void StatusBar(const std::string& text) = 0;

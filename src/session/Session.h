@@ -63,6 +63,9 @@ struct Press {
   bool operator==(const Press&) const = default;
 };
 struct Show {
+  /// Of a run that ends well and leaves its dialog open: people are told the answer alone. A
+  /// session file does not keep this.
+  bool onlyAnswer = false;
   bool operator==(const Show&) const = default;
 };
 struct Select {

@@ -349,11 +349,15 @@ void SessionPlayer::Take(const steps::Press& press) {
     lastPressSucceeded_ = dialog->EndedInSuccess() || !dialog->IsVisible();
 }
 
-void SessionPlayer::Take(const steps::Show&) {
+void SessionPlayer::Take(const steps::Show& show) {
   const Dialog* dialog = Top("show");
   if (dialog == nullptr) return;
   Keep();
-  events_.Controls(*dialog);
+  if (show.onlyAnswer) {
+    events_.Answer(*dialog);
+  } else {
+    events_.Controls(*dialog);
+  }
 }
 
 void SessionPlayer::Take(const steps::Select& select) {

@@ -115,6 +115,33 @@ TEST_F(CommandLineTest, DescribesAMapToolWithoutDialog) {
   EXPECT_EQ(json::parse(rig.out).at("dialog"), nullptr);
 }
 
+TEST_F(CommandLineTest, ARunPrintsTheAnswerOfADialogThatStaysOpen) {
+  Trial::run = [](Trial& trial) {
+    trial.Say("Done.");
+    trial.txtName->readOnly = true;
+    trial.txtName->text = "first\r\nsecond";
+    if (trial.chkExtra->value) trial.StayInSuccess();
+  };
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "chkExtra=yes"}), 0);
+  EXPECT_EQ(rig.out, "first\nsecond\n");
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "chkExtra=yes", "--json"}), 0);
+  ASSERT_EQ(rig.Events("controls").size(), 1u);
+  EXPECT_EQ(rig.Events("controls")[0].at("controls").at(2).at("value"), "first\r\nsecond");
+  EXPECT_EQ(rig.events.back().at("event"), "end");
+
+  const auto startAfresh = [] {
+    ForgetDialogs();
+    RegisterDialog("frmAddLength", [] { return std::make_unique<Trial>(); });
+  };
+  startAfresh();
+  EXPECT_EQ(rig.Call({"run", "clsAddLength"}), 1) << "no success, no answer";
+  EXPECT_EQ(rig.out, "");
+  startAfresh();
+  Trial::run = [](Trial& trial) { trial.StayInSuccess(); };
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "--json"}), 0);
+  EXPECT_TRUE(rig.Events("controls").empty()) << "nothing that a run fills";
+}
+
 TEST_F(CommandLineTest, HelpsWithATool) {
   for (const auto& call :
        {std::vector<std::string>{"clsAddLength", "--help"}, {"run", "clsAddLength", "--help"}}) {
