@@ -6,6 +6,7 @@
 #include "kernel/BatchKernel.h"
 #include "kernel/KernelEstimator.h"
 #include "kernel/PercentVolumeContours.h"
+#include "movement/LocationsToPaths.h"
 #include "overlay/IntersectPoints.h"
 #include "raster/ZonalStats.h"
 #include "sampling/RandomPoints.h"
@@ -35,6 +36,7 @@ constexpr Tool kTools[] = {
     {"frmPctVolContour", Make<frmPctVolContour>},
     {"frmBatchKernel", Make<frmBatchKernel>},
     {"frmKernel", Make<frmKernel>},
+    {"frmLocsToPath", Make<frmLocsToPath>},
     {"frmZonalStats", Make<frmZonalStats>},
     {"frmRandomPoints", Make<frmRandomPoints>},
     {"frmAddArea", Make<frmAddArea>},
