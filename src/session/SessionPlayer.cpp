@@ -43,9 +43,20 @@ void PlayedApplication::SetCurrentTool(const std::string& caption) {
   HeadlessApplication::SetCurrentTool(caption);
 }
 
+void PlayedApplication::Listen(ApplicationListener listener) {
+  map.onLayerAdded = std::move(listener.layerAdded);
+  map.onSelectionChanged = std::move(listener.selectionChanged);
+  onStatusBar = std::move(listener.statusBar);
+  onProgress = std::move(listener.progress);
+}
+
+void PlayedApplication::Select(const std::string& layer, const std::vector<Oid>& oids) {
+  FeatureLayerNamed(map, layer).SetSelectionSet(ISelectionSet(oids));
+}
+
 // ---- Life
 
-SessionPlayer::SessionPlayer(PlayedApplication& application, EventWriter& events, Replies& replies,
+SessionPlayer::SessionPlayer(IPlayedApplication& application, EventWriter& events, Replies& replies,
                              StepSource& source, Settings settings)
     : application_(application),
       events_(events),
@@ -55,15 +66,13 @@ SessionPlayer::SessionPlayer(PlayedApplication& application, EventWriter& events
       hostBefore_(SetDialogHost(this)),
       applicationBefore_(RunningApplication()),
       reportsBefore_(ErrorReportCount()) {
-  SetApplication(&application_);
+  SetApplication(&application_.Application());
   ConnectPorts();
+  ListenToApplication();
 }
 
 SessionPlayer::~SessionPlayer() {
-  application_.map.onLayerAdded = nullptr;
-  application_.map.onSelectionChanged = nullptr;
-  application_.onStatusBar = nullptr;
-  application_.onProgress = nullptr;
+  application_.Listen({});
   SetPorts(portsBefore_);
   SetApplication(applicationBefore_);
   SetDialogHost(hostBefore_);
@@ -79,25 +88,33 @@ void SessionPlayer::ConnectPorts() {
   ports.shellOpen = [this](const std::string& target) {
     if (!isFinished_) events_.Shell(target);
   };
+  if (settings_.windows != nullptr) ports.yield = [this] { settings_.windows->Yield(); };
   portsBefore_ = SetPorts(std::move(ports));
+}
 
-  application_.map.onLayerAdded = [this](const ILayer& layer) {
+void SessionPlayer::ListenToApplication() {
+  ApplicationListener listener;
+  listener.layerAdded = [this](const ILayer& layer) {
     if (isFinished_) return;
     const std::string path = layer.SourcePath();
     events_.LayerAdded(layer.Name(),
                        settings_.paths == nullptr ? path : settings_.paths->Shown(path));
   };
-  application_.map.onSelectionChanged = [this](const IFeatureLayer& layer) {
+  listener.selectionChanged = [this](const IFeatureLayer& layer) {
     if (!isFinished_) events_.SelectionChanged(layer.Name(), layer.SelectionSet().Oids());
   };
-  application_.onStatusBar = [this](const std::string& text) {
+  listener.statusBar = [this](const std::string& text) {
     if (!isFinished_) events_.StatusBar(text);
   };
-  application_.onProgress = [this](std::int64_t position, std::int64_t max,
-                                   const std::string& message) {
+  listener.progress = [this](std::int64_t position, std::int64_t max, const std::string& message) {
     if (!isFinished_)
       events_.Progressed({static_cast<double>(position), static_cast<double>(max), message});
   };
+  application_.Listen(std::move(listener));
+}
+
+IDialogHost* SessionPlayer::Windows() const {
+  return settings_.windows == nullptr ? nullptr : &settings_.windows->Host();
 }
 
 int SessionPlayer::Play() {
@@ -105,7 +122,7 @@ int SessionPlayer::Play() {
   while (const auto action = Next()) Do(*action);
   Finish({});
   std::vector<std::string> layers;
-  for (const LayerPtr& layer : application_.map.Layers()) layers.push_back(layer->Name());
+  for (const LayerPtr& layer : application_.PlayedMap().Layers()) layers.push_back(layer->Name());
   events_.End(Status(), openAtEnd_, layers);
   return Status();
 }
@@ -150,16 +167,36 @@ void SessionPlayer::RunModal(Dialog& dialog) {
   if (isFinished_ && stepsAtWork_ > 0) CheckStop();
 }
 
+void SessionPlayer::DialogShown(Dialog& dialog) {
+  events_.DialogState(dialog, "shown");
+  if (IDialogHost* windows = Windows()) windows->DialogShown(dialog);
+}
+
 void SessionPlayer::DialogHidden(Dialog& dialog) {
   if (!isFinished_) events_.DialogState(dialog, "hidden");
+  if (IDialogHost* windows = Windows()) windows->DialogHidden(dialog);
 }
 
 void SessionPlayer::DialogUnloaded(Dialog& dialog) {
   statusTexts_.erase(&dialog);
   if (!isFinished_) events_.DialogState(dialog, "unloaded");
+  if (IDialogHost* windows = Windows()) windows->DialogUnloaded(dialog);
+}
+
+void SessionPlayer::DialogChanged(Dialog& dialog) {
+  if (IDialogHost* windows = Windows()) windows->DialogChanged(dialog);
+}
+
+void SessionPlayer::ControlFocused(Control& control) {
+  if (IDialogHost* windows = Windows()) windows->ControlFocused(control);
+}
+
+void SessionPlayer::Repaint(Dialog& dialog) {
+  if (IDialogHost* windows = Windows()) windows->Repaint(dialog);
 }
 
 void SessionPlayer::ControlChanged(Control& control) {
+  if (IDialogHost* windows = Windows()) windows->ControlChanged(control);
   if (isFinished_) return;
   if (control.Kind() == ControlKind::kProgress) TellProgress(static_cast<ProgressBar&>(control));
   if (control.Kind() != ControlKind::kText || !EqualNoCase(control.name, "txtStatus")) return;
@@ -196,6 +233,8 @@ Reply SessionPlayer::Answer(const std::string& text, int flags, const std::strin
     if (!yes && StopRequested()) reply = Reply::kNo;
   }
   events_.Message(text, title, flags, reply);
+  if (reply && settings_.windows != nullptr)
+    settings_.windows->ShowMessage(text, flags, title, *reply);
   if (reply) return *reply;
   std::string question = text;
   std::replace(question.begin(), question.end(), '\r', ' ');
@@ -255,7 +294,7 @@ std::optional<NextAction> SessionPlayer::Next() {
 
 void SessionPlayer::Do(const NextAction& action) {
   if (action.kind == NextAction::Kind::kClose) {
-    if (!open_.empty()) open_.back()->Unload();
+    if (!open_.empty()) Close(*open_.back());
     return;
   }
   const Step* outerStep = std::exchange(step_, &action.step);
@@ -273,6 +312,13 @@ void SessionPlayer::AtWork(const std::function<void()>& work) {
   ++stepsAtWork_;
   const AtScopeEnd done([this] { --stepsAtWork_; });
   work();
+}
+
+void SessionPlayer::Close(Dialog& dialog) {
+  if (settings_.windows != nullptr)
+    settings_.windows->Close(dialog);
+  else
+    dialog.Unload();
 }
 
 void SessionPlayer::WrongStep(const std::string& what) {
@@ -302,14 +348,13 @@ void SessionPlayer::Take(const steps::Click& click) {
   const auto failure = FailureOf([&] {
     if (!command) {
       command = CreateCommand(ProgId(info->className));
-      NotNothing(command.get()).OnCreate(&application_);
+      NotNothing(command.get()).OnCreate(&application_.Application());
     }
     command->OnClick();
   });
   TellFailure(info->className, failure);
   const bool isTool = dynamic_cast<ITool*>(command.get()) != nullptr;
-  if (isTool && !application_.TookToolChoice())
-    application_.HeadlessApplication::SetCurrentTool(command->Caption());
+  if (isTool && !application_.TookToolChoice()) application_.TakeInHand(command->Caption());
 }
 
 void SessionPlayer::TellFailure(const std::string& className,
@@ -324,7 +369,10 @@ void SessionPlayer::Take(const steps::Set& set) {
   const std::size_t place = taken_.size();
   Keep();
   std::string wrong;
-  AtWork([&] { wrong = SetByHand(*dialog, set.control, set.to); });
+  AtWork([&] {
+    wrong = settings_.windows == nullptr ? SetByHand(*dialog, set.control, set.to)
+                                         : settings_.windows->Set(*dialog, set.control, set.to);
+  });
   if (wrong.empty()) return;
   taken_.erase(taken_.begin() + static_cast<std::ptrdiff_t>(place));
   WrongStep(wrong);
@@ -343,7 +391,12 @@ void SessionPlayer::Take(const steps::Press& press) {
   Keep();
   if (press.pick) pick_ = &*press.pick;
   const bool isMain = button == dialog->MainButton();
-  AtWork([&] { dialog->Press(*button); });
+  AtWork([&] {
+    if (settings_.windows == nullptr)
+      dialog->Press(*button);
+    else
+      settings_.windows->Press(*dialog, *button);
+  });
   TellLastProgress(*dialog);
   if (isMain && !isFinished_)
     lastPressSucceeded_ = dialog->EndedInSuccess() || !dialog->IsVisible();
@@ -361,9 +414,7 @@ void SessionPlayer::Take(const steps::Show& show) {
 }
 
 void SessionPlayer::Take(const steps::Select& select) {
-  const auto failure = FailureOf([&] {
-    FeatureLayerNamed(application_.map, select.layer).SetSelectionSet(ISelectionSet(select.oids));
-  });
+  const auto failure = FailureOf([&] { application_.Select(select.layer, select.oids); });
   if (failure) return WrongStep(failure->Description());
   Keep();
 }
@@ -373,7 +424,7 @@ void SessionPlayer::Take(const steps::Mouse& mouse) {
   if (!open_.empty()) return;  // a dialog keeps the mouse from the map
   for (const auto& [name, command] : commands_) {
     auto* tool = dynamic_cast<ITool*>(command.get());
-    if (tool == nullptr || command->Caption() != application_.CurrentTool()) continue;
+    if (tool == nullptr || command->Caption() != application_.Application().CurrentTool()) continue;
     const auto failure = FailureOf([&] {
       switch (mouse.action) {
         case steps::MouseAction::kDown:

@@ -1,4 +1,5 @@
-// Plays steps on the dialogs of the commands, without a window, and tells what happens as events.
+// Plays steps on the dialogs of the commands, with or without windows, and tells what happens as
+// events.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include "host/HeadlessApplication.h"
 #include "session/EventWriter.h"
 #include "session/Replies.h"
+#include "session/Stage.h"
 #include "session/StepSource.h"
 #include "session/WrittenPaths.h"
 #include "runtime/Ports.h"
@@ -31,12 +33,20 @@ inline constexpr int kUnanswered = 4;
 inline constexpr int kStopped = 130;
 }  // namespace exit_status
 
-/// The application of a run: it tells which tool is in the user's hand, and who put it there.
-class PlayedApplication : public HeadlessApplication {
+/// The application of a run without windows: it tells which tool is in the user's hand, and who put
+/// it there.
+class PlayedApplication : public HeadlessApplication, public IPlayedApplication {
  public:
   void SetCurrentTool(const std::string& caption) override;
-  /// True when a command has chosen the current tool itself since the last question.
-  bool TookToolChoice() { return std::exchange(toolChosen_, false); }
+
+  IApplication& Application() override { return *this; }
+  IMap& PlayedMap() override { return map; }
+  void Listen(ApplicationListener listener) override;
+  bool TookToolChoice() override { return std::exchange(toolChosen_, false); }
+  void TakeInHand(const std::string& caption) override {
+    HeadlessApplication::SetCurrentTool(caption);
+  }
+  void Select(const std::string& layer, const std::vector<Oid>& oids) override;
 
  private:
   bool toolChosen_ = false;
@@ -48,9 +58,10 @@ class SessionPlayer : private IDialogHost {
     std::int64_t clock = 0;  ///< nanoseconds; stands still during the run
     bool mayReplace = true;  ///< a save picker may be given a path that exists
     const WrittenPaths* paths = nullptr;
+    IPlayedWindows* windows = nullptr;  ///< nothing: dialogs are played without any
   };
   /// `application` holds the map, filled. All of them must outlive the player.
-  SessionPlayer(PlayedApplication& application, EventWriter& events, Replies& replies,
+  SessionPlayer(IPlayedApplication& application, EventWriter& events, Replies& replies,
                 StepSource& source, Settings settings);
   ~SessionPlayer() override;
 
@@ -65,13 +76,19 @@ class SessionPlayer : private IDialogHost {
 
  private:
   void RunModal(Dialog& dialog) override;
-  void DialogShown(Dialog& dialog) override { events_.DialogState(dialog, "shown"); }
+  void DialogShown(Dialog& dialog) override;
   void DialogHidden(Dialog& dialog) override;
   void DialogUnloaded(Dialog& dialog) override;
+  void DialogChanged(Dialog& dialog) override;
   void ControlChanged(Control& control) override;
+  void ControlFocused(Control& control) override;
+  void Repaint(Dialog& dialog) override;
   bool Pick(const Question& question, Choice& choice) override;
 
   void ConnectPorts();
+  void ListenToApplication();
+  /// The windows' own host; nothing without windows.
+  IDialogHost* Windows() const;
   Reply Answer(const std::string& text, int flags, const std::string& title);
   Reply AnswerAfterTheEnd(int flags);
 
@@ -84,6 +101,7 @@ class SessionPlayer : private IDialogHost {
   void Take(const steps::Show& show);
   void Take(const steps::Select& select);
   void Take(const steps::Mouse& mouse);
+  void Close(Dialog& dialog);
   /// The dialog on top; a step that finds none is wrong.
   Dialog* Top(const char* verb);
   void Keep();
@@ -101,7 +119,7 @@ class SessionPlayer : private IDialogHost {
   void WrongStep(const std::string& what);
   int Status() const;
 
-  PlayedApplication& application_;
+  IPlayedApplication& application_;
   EventWriter& events_;
   Replies& replies_;
   StepSource& source_;
