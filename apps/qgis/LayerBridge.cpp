@@ -1,0 +1,143 @@
+#include "qgis/LayerBridge.h"
+
+#include <QFileInfo>
+
+#include <qgsproject.h>
+#include <qgsproviderregistry.h>
+#include <qgsrasterlayer.h>
+#include <qgsvectorlayer.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "data/Workspace.h"
+#include "qgis/LockedClass.h"
+#include "qgis/Text.h"
+#include "runtime/Files.h"
+#include "runtime/Trap.h"
+
+namespace orlinths {
+namespace {
+
+const QString kOgr = QStringLiteral("ogr"), kGdal = QStringLiteral("gdal"),
+              kText = QStringLiteral("delimitedtext");
+
+/// Whichever layer of the project it is that edits the file.
+bool IsOpenForEditing(const QgsVectorLayer& layer) {
+  if (layer.isEditable()) return true;
+  const auto others = QgsProject::instance()->mapLayers();
+  return std::any_of(others.begin(), others.end(), [&](const QgsMapLayer* other) {
+    const auto* vector = qobject_cast<const QgsVectorLayer*>(other);
+    return vector != nullptr && vector->isEditable() && FileBehind(*vector) == FileBehind(layer);
+  });
+}
+
+/// Filter and selection; false when the filter cannot be said in the platform's words.
+bool TakeState(const QgsVectorLayer& from, IFeatureLayer& to, std::string& why) {
+  const std::string where = FromQt(from.subsetString());
+  const auto failure = FailureOf([&] { to.SetDefinitionQuery(where); });
+  if (failure) {
+    why = "its filter is not understood: " + failure->Description();
+    return false;
+  }
+  std::vector<Oid> oids;
+  for (const QgsFeatureId id : from.selectedFeatureIds()) oids.push_back(id);
+  std::sort(oids.begin(), oids.end());
+  to.SetSelectionSet(ISelectionSet(std::move(oids)));
+  return true;
+}
+
+BridgedLayer BridgeTable(const QgsVectorLayer& layer, const std::string& path) {
+  TablePtr table;
+  if (layer.isValid()) Quietly([&] { table = OpenTableByPath(path); });
+  if (table && IsOpenForEditing(layer)) table = Locked(std::move(table));
+  const std::string name = FromQt(layer.name());
+  auto standalone = table ? std::make_shared<IStandaloneTable>(std::move(table))
+                          : std::make_shared<IStandaloneTable>(name, path);
+  standalone->SetName(name);
+  return {standalone, {}};
+}
+
+BridgedLayer BridgeVector(const QgsVectorLayer& layer) {
+  const QString provider = layer.providerType();
+  const std::string path = FileBehind(layer);
+  const bool isTable = layer.isValid() && !layer.isSpatial();
+  if (path.empty() || (provider == kText && !isTable))
+    return {{}, "its data come through the provider " + FromQt(provider)};
+  if (isTable) return BridgeTable(layer, path);
+  const std::string name = FromQt(layer.name());
+  FeatureClassPtr featureClass;
+  if (layer.isValid()) Quietly([&] { featureClass = OpenFeatureClassByPath(path); });
+  if (!featureClass) return {LayerPtr(std::make_shared<IFeatureLayer>(name, path)), {}};
+  if (IsOpenForEditing(layer)) featureClass = Locked(std::move(featureClass));
+  auto bridged = std::make_shared<IFeatureLayer>(std::move(featureClass));
+  bridged->SetName(name);
+  std::string why;
+  if (!TakeState(layer, *bridged, why)) return {{}, why};
+  return {LayerPtr(std::move(bridged)), {}};
+}
+
+BridgedLayer BridgeRaster(const QgsRasterLayer& layer) {
+  if (layer.providerType() != kGdal)
+    return {{}, "its data come through the provider " + FromQt(layer.providerType())};
+  const std::string path = FileBehind(layer);
+  const QString name = layer.name();
+  // QGIS leaves the extension out of a name that it makes itself.
+  const bool isDefaultName = name == ToQt(StemOf(path)) || name == ToQt(NameOf(path)) ||
+                             name == QFileInfo(layer.source()).completeBaseName();
+  RasterDatasetPtr dataset;
+  if (layer.isValid()) Quietly([&] { dataset = OpenRasterDataset(FolderOf(path), NameOf(path)); });
+  auto bridged = dataset ? std::make_shared<IRasterLayer>(std::move(dataset))
+                         : std::make_shared<IRasterLayer>(NameOf(path), path);
+  if (!isDefaultName) bridged->SetName(FromQt(name));
+  return {LayerPtr(std::move(bridged)), {}};
+}
+
+template <class Layer>
+std::unique_ptr<QgsMapLayer> Make(const std::string& path, const std::string& name,
+                                  const QString& provider) {
+  typename Layer::LayerOptions options;
+  options.skipCrsValidation = true;  // no question about a file without reference
+  return std::make_unique<Layer>(ToQt(path), ToQt(name), provider, options);
+}
+
+}  // namespace
+
+std::string FileBehind(const QgsMapLayer& layer) {
+  QString provider;
+  if (const auto* vector = qobject_cast<const QgsVectorLayer*>(&layer))
+    provider = vector->providerType();
+  else if (const auto* raster = qobject_cast<const QgsRasterLayer*>(&layer))
+    provider = raster->providerType();
+  if (provider != kOgr && provider != kGdal && provider != kText) return {};
+  const QVariantMap parts = QgsProviderRegistry::instance()->decodeUri(provider, layer.source());
+  QString path = parts.value(QStringLiteral("path")).toString();
+  if (path.isEmpty()) return {};
+  if (provider == kGdal && path.endsWith(QStringLiteral(".adf")))
+    return FolderOf(FromQt(path));  // a binary grid is named by its folder
+  const QString inner = parts.value(QStringLiteral("layerName")).toString();
+  if (provider == kOgr && !inner.isEmpty()) path += QStringLiteral("|layername=") + inner;
+  return FromQt(path);
+}
+
+BridgedLayer Bridge(const QgsMapLayer& layer) {
+  if (const auto* vector = qobject_cast<const QgsVectorLayer*>(&layer))
+    return BridgeVector(*vector);
+  if (const auto* raster = qobject_cast<const QgsRasterLayer*>(&layer))
+    return BridgeRaster(*raster);
+  return {{}, "it holds neither features nor a raster"};
+}
+
+std::unique_ptr<QgsMapLayer> ToQgis(const ILayer& layer) {
+  if (dynamic_cast<const IRasterLayer*>(&layer) != nullptr)
+    return Make<QgsRasterLayer>(layer.SourcePath(), layer.Name(), kGdal);
+  if (dynamic_cast<const IFeatureLayer*>(&layer) != nullptr)
+    return Make<QgsVectorLayer>(layer.SourcePath(), layer.Name(), kOgr);
+  return nullptr;
+}
+
+std::unique_ptr<QgsMapLayer> ToQgis(const IStandaloneTable& table) {
+  return Make<QgsVectorLayer>(table.SourcePath(), table.Name(), kOgr);
+}
+
+}  // namespace orlinths

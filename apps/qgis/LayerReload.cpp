@@ -1,0 +1,70 @@
+#include "qgis/LayerReload.h"
+
+#include <sys/stat.h>
+
+#include <qgsproject.h>
+#include <qgsrasterdataprovider.h>
+#include <qgsrasterlayer.h>
+#include <qgsvectordataprovider.h>
+#include <qgsvectorlayer.h>
+
+#include "qgis/LayerBridge.h"
+#include "runtime/Files.h"
+#include "runtime/Value.h"
+
+namespace orlinths {
+namespace {
+
+std::string StampOfFile(const std::string& path) {
+  struct stat state {};
+  if (stat(path.c_str(), &state) != 0) return "-";
+  return ToText(static_cast<std::int64_t>(state.st_ino)) + ' ' +
+         ToText(static_cast<std::int64_t>(state.st_size)) + ' ' +
+         ToText(static_cast<std::int64_t>(state.st_mtim.tv_sec)) + ' ' +
+         ToText(static_cast<std::int64_t>(state.st_mtim.tv_nsec));
+}
+
+std::string StampOf(const QgsMapLayer& layer) {
+  std::string path = FileBehind(layer);
+  if (path.empty()) return {};
+  path = path.substr(0, path.find('|'));
+  const std::string stem = JoinPath(FolderOf(path), StemOf(path));
+  return StampOfFile(path) + ',' + StampOfFile(stem + ".dbf") + ',' + StampOfFile(stem + ".prj");
+}
+
+void Reload(QgsMapLayer& layer) {
+  if (auto* vector = qobject_cast<QgsVectorLayer*>(&layer)) {
+    if (vector->isEditable()) return;
+    if (vector->isValid()) {
+      vector->dataProvider()->reloadData();
+      vector->updateFields();
+      vector->updateExtents();
+    }
+  } else if (auto* raster = qobject_cast<QgsRasterLayer*>(&layer)) {
+    if (raster->isValid()) raster->dataProvider()->reloadData();
+  }
+  if (!layer.isValid()) layer.setDataSource(layer.source(), layer.name(), layer.providerType());
+  layer.triggerRepaint();
+}
+
+}  // namespace
+
+void LayerReload::Remember() {
+  stamps_.clear();
+  for (const QgsMapLayer* layer : project_.mapLayers()) Remember(*layer);
+}
+
+void LayerReload::Remember(const QgsMapLayer& layer) { stamps_[layer.id()] = StampOf(layer); }
+
+void LayerReload::ReloadChanged() {
+  for (QgsMapLayer* layer : project_.mapLayers()) {
+    const auto known = stamps_.find(layer->id());
+    if (known == stamps_.end()) continue;
+    std::string now = StampOf(*layer);
+    if (known->second == now) continue;
+    known->second = std::move(now);
+    Reload(*layer);
+  }
+}
+
+}  // namespace orlinths

@@ -1,0 +1,81 @@
+// Dialogs in windows: shows, repaints and closes them, runs what their users do, and lets a user
+// stop it.
+#pragma once
+
+#include <QIcon>
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/Dialog.h"
+#include "host/Throttle.h"
+#include "qgis/DialogWindow.h"
+#include "runtime/Ports.h"
+#include "session/Session.h"
+
+class QEventLoop;
+
+namespace orlinths {
+
+class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
+ public:
+  explicit WindowHost(QWidget* mainWindow);
+  ~WindowHost() override;
+
+  /// An icon for an item of a list; asked for every item.
+  std::function<QIcon(const std::string& item)> iconOf;
+  /// The work that a user set off is over, and everything is on the disk.
+  std::function<void()> onWorkDone;
+  /// A user has done this in the dialog on top.
+  std::function<void(const Dialog& dialog, const Step& step)> onStep;
+  /// A file dialog that a press opened gave this.
+  std::function<void(const steps::Pick& pick)> onPick;
+  /// The user has closed a dialog by its close box.
+  std::function<void(const Dialog& dialog)> onClosed;
+
+  /// Message box, yield and shell for the tools, in windows.
+  Ports MakePorts();
+
+  /// The window of a dialog that is shown; nothing for another.
+  DialogWindow* WindowOf(const Dialog& dialog) const;
+  /// Closes a window as its close box does: a run is asked to stop, a dialog at rest is closed.
+  void CloseBox(Dialog& dialog);
+  bool IsAtWork() const { return !atWork_.empty(); }
+  /// Where a new window or box belongs.
+  QWidget* Parent() const;
+
+  void RunModal(Dialog& dialog) override;
+  void DialogShown(Dialog& dialog) override;
+  void DialogHidden(Dialog& dialog) override;
+  void DialogUnloaded(Dialog& dialog) override;
+  void DialogChanged(Dialog& dialog) override;
+  void ControlChanged(Control& control) override;
+  void ControlFocused(Control& control) override;
+  void Repaint(Dialog& dialog) override;
+  bool Pick(const Question& question, Choice& choice) override;
+
+  /// Repaints, and hears a wish to stop; at most twenty times a second.
+  void Yield();
+
+ private:
+  void Act(Step step, const std::function<void()>& act) override;
+  QIcon IconOf(const std::string& item) const override;
+  bool eventFilter(QObject* receiver, QEvent* event) override;
+  void ShowChangesSoon();
+  void ShowAllChanges();
+  void RepaintNow();
+
+  QWidget* mainWindow_;
+  std::map<const Dialog*, QPointer<DialogWindow>> windows_;
+  std::map<const Dialog*, QEventLoop*> loops_;
+  std::vector<Dialog*> shown_;         ///< the one on top last
+  std::vector<const Dialog*> atWork_;  ///< whose handlers are running
+  bool changesPending_ = false;
+  Throttle throttle_;
+};
+
+}  // namespace orlinths

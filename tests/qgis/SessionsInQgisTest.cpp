@@ -1,0 +1,123 @@
+// Every session, played in QGIS itself through the plugin's windows, ends as on the command line:
+// the same events, the same files.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "runtime/Files.h"
+#include "support/TempFolder.h"
+
+namespace orlinths {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kSessions = ORLINTHS_SESSIONS;
+
+int Shell(const std::string& line) {
+  const int status = std::system(line.c_str());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string Quoted(const std::string& text) { return "'" + text + "'"; }
+
+/// The sessions in a copy of their folder.
+class Copy {
+ public:
+  Copy() { fs::copy(kSessions, folder_.Path(), fs::copy_options::recursive); }
+  const std::string& Path() const { return folder_.Path(); }
+
+  /// All files by their path in the folder, but what QGIS keeps beside rasters that it shows.
+  std::map<std::string, std::string> Files() const {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(Path())) {
+      const std::string path = entry.path().string();
+      if (entry.is_regular_file() && !path.ends_with(".aux.xml"))
+        files[path.substr(Path().size())] = ReadBytes(path);
+    }
+    return files;
+  }
+
+ private:
+  TempFolder folder_;
+};
+
+/// Progress comes by the clock on the wall, at most twenty times a second: it is left out.
+std::string WithoutProgress(const std::string& events) {
+  std::string kept;
+  for (std::size_t at = 0; at < events.size();) {
+    const std::size_t end = std::min(events.find('\n', at), events.size());
+    const std::string line = events.substr(at, end - at);
+    if (line.find("\"event\":\"progress\"") == std::string::npos) kept += line + '\n';
+    at = end + 1;
+  }
+  return kept;
+}
+
+/// QGIS with the plugin switched on in a profile of its own, on a screen that nobody sees.
+int PlayInQgis(const std::vector<std::string>& sessions, const std::string& eventsFolder,
+               std::string& said) {
+  const TempFolder profile;
+  const std::string settings = profile / "profiles/default/QGIS";
+  fs::create_directories(settings);
+  WriteBytes(settings + "/QGIS3.ini",
+             "[Plugins]\nliborlinthstoolsplugin=true\n\n[plugins]\nsearchPathsForPlugins=" +
+                 std::string(ORLINTHS_PLUGINS) +
+                 "\n\n[PythonPlugins]\nMetaSearch=false\ndb_manager=false\nprocessing=false\n"
+                 "grassprovider=false\nsagaprovider=false\n\n[qgis]\ncheckVersion=false\n"
+                 "showTips=false\n");
+  std::string list;
+  for (const std::string& session : sessions) list += (list.empty() ? "" : ":") + session;
+  std::string pictures;
+  if (const char* folder = std::getenv("ORLINTHS_PICTURES"))
+    pictures = "ORLINTHS_PICTURES=" + Quoted(folder) + ' ';
+  const std::string log = profile / "log.txt";
+  const int status =
+      Shell("ORLINTHS_SESSION=" + Quoted(list) + " ORLINTHS_EVENTS=" + Quoted(eventsFolder) + ' ' +
+            pictures +
+            "QT_QPA_PLATFORM=xcb timeout 600 xvfb-run -a -s '-screen 0 "
+            "1280x1024x24' qgis --profiles-path " +
+            Quoted(profile.Path()) + " --nologo --noversioncheck >" + Quoted(log) + " 2>&1");
+  said = ReadBytes(log);
+  return status;
+}
+
+TEST(SessionsInQgis, EndAsOnTheCommandLine) {
+  const Copy byQgis, byCommandLine;
+  const TempFolder events;
+  std::vector<std::string> names, sessions;
+  for (const std::string& name : files::NamesIn(kSessions)) {
+    if (!name.ends_with(".json")) continue;
+    names.push_back(StemOf(name));
+    sessions.push_back(JoinPath(byQgis.Path(), name));
+  }
+  ASSERT_FALSE(names.empty());
+  std::string said;
+  EXPECT_EQ(PlayInQgis(sessions, events.Path(), said), 0) << said;
+  for (const std::string& name : names) {
+    SCOPED_TRACE(name);
+    const std::string output = byCommandLine.Path() + "/output.txt";
+    ASSERT_EQ(Shell("cd " + Quoted(byCommandLine.Path()) + " && " + Quoted(ORLINTHS_PROGRAM) +
+                    " play " + name + ".json --json >" + Quoted(output)),
+              0);
+    EXPECT_EQ(WithoutProgress(ReadBytes(events / (name + ".events"))),
+              WithoutProgress(ReadBytes(output)));
+    fs::remove(output);
+  }
+  const auto made = byQgis.Files(), expected = byCommandLine.Files();
+  std::vector<std::string> madeNames, expectedNames;
+  for (const auto& [path, bytes] : made) madeNames.push_back(path);
+  for (const auto& [path, bytes] : expected) expectedNames.push_back(path);
+  ASSERT_EQ(madeNames, expectedNames);
+  for (const auto& [path, bytes] : expected)
+    EXPECT_TRUE(made.at(path) == bytes) << path << " differs";
+}
+
+}  // namespace
+}  // namespace orlinths
