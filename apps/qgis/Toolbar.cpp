@@ -1,6 +1,5 @@
 #include "qgis/Toolbar.h"
 
-#include <QFile>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QToolBar>
@@ -16,9 +15,8 @@
 namespace orlinths {
 
 QIcon IconOf(const CommandInfo& command) {
-  const QString file =
-      QStringLiteral(":/orlinths/icons/") + ToQt(command.className) + QStringLiteral(".svg");
-  return QFile::exists(file) ? QIcon(file) : QIcon(QStringLiteral(":/orlinths/icons/tool.svg"));
+  return QIcon(QStringLiteral(":/orlinths/icons/") + ToQt(command.className) +
+               QStringLiteral(".svg"));
 }
 
 Toolbar::Toolbar(QgisInterface& qgis, Clicked clicked) : qgis_(qgis), clicked_(std::move(clicked)) {
