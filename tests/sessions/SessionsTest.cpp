@@ -184,6 +184,23 @@ TEST(Pages, EveryExampleGivesTheTableBelowIt) {
   }
 }
 
+TEST(Pages, WhatStandsBelowACommandIsWhatItPrints) {
+  int shown = 0;
+  for (const std::string& name : FilesIn(kSource + "/docs/tools", ".md")) {
+    SCOPED_TRACE(name);
+    for (const auto& block : ReadPage(kSource + "/docs/tools/" + name).blocks) {
+      if (block.size() < 2 || !block[0].starts_with("orlinths run ") ||
+          block[1].starts_with("orlinths "))
+        continue;
+      std::string output;
+      Playground().Shell(block[0], output);
+      EXPECT_EQ(LinesOf(output), std::vector<std::string>(block.begin() + 1, block.end()));
+      ++shown;
+    }
+  }
+  EXPECT_GE(shown, 2);
+}
+
 TEST(Pages, EverySessionShownIsTheFileOfThatName) {
   for (const std::string& name : FilesIn(kSource + "/docs/tools", ".md")) {
     SCOPED_TRACE(name);
