@@ -150,6 +150,36 @@ TEST_F(DistributionTest, AnotherDelimiterThanTheFilesIsFatal) {
   EXPECT_EQ(host.All().size(), 2u);
 }
 
+TEST_F(DistributionTest, WhatOnlyLooksLikeANumberSkipsTheLine) {
+  // Quoted, with words behind, half a number, what some programs write for missing values.
+  for (const char* field :
+       {"\"10\"", "10 m", "1e", "--1", "1.2.3", "NaN", "nan", "NA", "-inf", "1_000"}) {
+    host.Clear();
+    EXPECT_TRUE(Load(std::string(field) + ",10,0.25\n0,10,0.25\n")) << field;
+    EXPECT_EQ(RowsOf(table), (Rows{{0, 10, 0.25}})) << field;
+    EXPECT_EQ(host.Text(), Texts{});
+  }
+}
+
+TEST_F(DistributionTest, AMarkOfUtf8InFrontOfTheFileIsNoPartOfIt) {
+  EXPECT_TRUE(
+      Load("\xEF\xBB\xBF"
+           "0,10,0.25\n"));
+  EXPECT_EQ(RowsOf(table), (Rows{{0, 10, 0.25}}));
+}
+
+TEST_F(DistributionTest, ADecimalCommaMakesAFieldMore) {
+  EXPECT_TRUE(Load("0,5,10,0,25\n"));
+  EXPECT_EQ(RowsOf(table), (Rows{{0, 5, 10}})) << "what lies behind the third field is ignored";
+}
+
+TEST_F(DistributionTest, BytesThatAreNoTextAreNoBins) {
+  const std::string bytes("\0\1\2\377\376,\0\0,\200\n0,10,0.25\n", 20);
+  EXPECT_TRUE(Load(bytes));
+  EXPECT_EQ(RowsOf(table), (Rows{{0, 10, 0.25}}));
+  EXPECT_FALSE(Load(std::string("\0\0\0\0\0\0\0\0", 8)));
+}
+
 TEST_F(DistributionTest, AFileWithoutALongEnoughLineFails) {
   for (const char* text : {"", "\n\n", "1,2,3\n4,5,6\n"}) {
     host.Clear();

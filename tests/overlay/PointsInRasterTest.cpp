@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 #include "data/ItemList.h"
@@ -20,6 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
@@ -431,6 +433,30 @@ TEST_F(PointsInRasterTest, ARotatedRasterIsAnInvalidLayer) {
   EXPECT_FALSE(Intersect(AddLayer("fixes.shp", PointsAt({"POINT(105 195)"})), layer));
   EXPECT_THAT(TextsOf(said()), ElementsAre("ISectPntRaster: \r91\rObject variable or With block "
                                            "variable not set"));
+}
+
+TEST_F(PointsInRasterTest, ATruncatedRasterKeepsItsFieldAndIsReported) {
+  const auto fixes = AddLayer("fixes.shp", PointsAt({"POINT(105 195)"}));
+  WriteGdal(Path("cut.tif"), Small());
+  std::filesystem::resize_file(Path("cut.tif"), std::filesystem::file_size(Path("cut.tif")) - 6);
+  const auto layer =
+      std::make_shared<IRasterLayer>(OpenRasterDataset(FolderOf(Path("cut.tif")), "cut.tif"));
+  for (const bool low : {false, true}) {
+    layer->SetName(low ? "low" : "whole");
+    EXPECT_FALSE(Intersect(fixes, layer, {.ignoreProjections = true, .lowMemory = low}));
+    const auto all = TakeSaid();
+    ASSERT_EQ(all.size(), 1u);
+    EXPECT_THAT(all[0].text, StartsWith("ISectPntRaster: \r-2147467259\r" + Path("cut.tif")));
+  }
+  EXPECT_THAT(Table("fixes").Texts("whole"), ElementsAre("0"));
+  EXPECT_THAT(Table("fixes").Texts("low"), ElementsAre("0"));
+}
+
+TEST_F(PointsInRasterTest, ANoDataValueThatTheTypeCannotHoldIsWhatLiesOutside) {
+  GdalRaster raster = Small();
+  raster.type = GDT_Byte;
+  raster.noData = -9999;
+  EXPECT_THAT(Under(raster, PointsAt({"POINT(105 195)", "POINT(0 0)"})), ElementsAre("1", "-9999"));
 }
 
 /// A raster that says how many bands it has, each time anew.
