@@ -40,11 +40,14 @@ class HiddenFolder {
   HiddenFolder(const std::string& folder, const std::string& name)
       : path_(JoinPath(folder, "." + name + ".XXXXXX")) {
     if (::mkdtemp(path_.data()) == nullptr) files::RaiseErrno(errno, path_);
+    const AtScopeEnd removeUnlessWhole([this] {
+      if (toRemove_.empty()) ::rmdir(path_.c_str());
+    });
     ::chmod(path_.c_str(), 0777 & ~Umask());
+    toRemove_ = path_;
   }
   ~HiddenFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    Quietly([this] { fs::remove_all(toRemove_); });
   }
   HiddenFolder(const HiddenFolder&) = delete;
   HiddenFolder& operator=(const HiddenFolder&) = delete;
@@ -57,6 +60,7 @@ class HiddenFolder {
     return mask;
   }
   std::string path_;
+  fs::path toRemove_;  ///< the same, made while memory may still run out
 };
 
 enum class Kind { kGrid, kImagine, kTiff };

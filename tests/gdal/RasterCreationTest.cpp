@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <limits>
 
 #include "RasterFixture.h"
@@ -11,8 +12,10 @@
 #include "data/Raster.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
+#include "runtime/Trap.h"
 #include "runtime/Value.h"
 #include "support/CapturedMessages.h"
+#include "support/Faults.h"
 #include "support/Seeded.h"
 
 namespace orlinths {
@@ -173,6 +176,25 @@ TEST_F(RasterCreationTest, LeavesNothingBehindWhenItIsNotClosed) {
     Create(Like({{1}}, format, name))->Delete();
     EXPECT_EQ(Names(), Texts{}) << format;
   }
+}
+
+TEST_F(RasterCreationTest, IsWholeOrLeavesNothingHiddenWhenMemoryRunsOut) {
+  for (const auto& [format, name] : kFormats)
+    for (std::int64_t nth = 1, struck = true; struck; ++nth) {
+      bool isWhole = false;
+      const std::function<void()> write = [&] {
+        Write({{1, 2}}, format, name, PixelType::kFloat);
+      };
+      {
+        const Fault fault(FaultKind::kOwnAllocation, nth);
+        isWhole = Quietly(std::cref(write));
+        struck = fault.HasStruck();
+      }
+      for (const std::string& left : Names())
+        EXPECT_TRUE(left.starts_with(name)) << left << " after allocation " << nth;
+      DeleteRaster(folder_.Path(), name);
+      ASSERT_TRUE(isWhole || struck);
+    }
 }
 
 TEST_F(RasterCreationTest, RefusesATakenName) {
