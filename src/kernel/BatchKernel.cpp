@@ -63,10 +63,10 @@ std::optional<std::vector<std::int32_t>> frmBatchKernel::Identifiers(const IFeat
 }
 
 bool frmBatchKernel::DrawContours(const DensityGrid& surface, const IRasterDataset& raster,
-                                  const std::string& name) {
+                                  const std::string& folder, const std::string& name) const {
   const auto isFree = [&](const std::string& entry) {
     const std::string file = ContourName(name, entry) + ".shp";
-    if (!files::FileExists(JoinPath(folder_, file))) return true;
+    if (!files::FileExists(JoinPath(folder, file))) return true;
     MessageBox(
         "Warning: a naming conflict was detected and this layer could not be created:\rPVC_" +
             name + entry + ".shp",
@@ -74,7 +74,7 @@ bool frmBatchKernel::DrawContours(const DensityGrid& surface, const IRasterDatas
     return false;
   };
   return DrawVolumeContours(HistogramOf(surface, raster, kTopBin), txtBnds->text,
-                            {folder_, folder_, name}, isFree);
+                            {folder, folder, name}, isFree);
 }
 
 void frmBatchKernel::EstimateAll() {
@@ -82,16 +82,19 @@ void frmBatchKernel::EstimateAll() {
     const auto refuse = [](const std::string& text) { MessageBox(text, kExclamation, "Error"); };
     if (cmbPntL->text().empty()) return refuse("Error: input point layer has not been defined.");
     if (cmbUIDFLD->text().empty()) return refuse("Error: unique ID field has not been defined.");
-    if (const auto missing = MissingScale()) return refuse(*missing);
+    if (const auto missing = MissingSetting()) return refuse(*missing);
     const std::string prefix = CleanPrefix();
 
-    const IFeatureClass& features = NotNothing(layer_.get()).FeatureClass();
+    // Copies: while the run yields, the user can choose another layer or folder.
+    const std::shared_ptr<IFeatureLayer> layer = layer_;
+    const std::string folder = folder_;
+    const IFeatureClass& features = NotNothing(layer.get()).FeatureClass();
     const SpatialReferencePtr reference = features.SpatialReference();
     const auto [h, cellSize, scaling, weightField] = ReadSettings(features);
     const int idField = IndexOfField(features, cmbUIDFLD->text);
-    OpenRasterWorkspace(folder_);  // a folder that is not there ends the run here
+    OpenRasterWorkspace(folder);  // a folder that is not there ends the run here
     KernelGrid grid;
-    if (optFull->value) grid = KernelGridOver(layer_->Extent(), h, cellSize);
+    if (optFull->value) grid = KernelGridOver(layer->Extent(), h, cellSize);
     const auto ids = Identifiers(features, idField);
     if (!ids) return Status("");
     if (std::ssize(*ids) - 1 > kHighestIndex) {
@@ -101,7 +104,7 @@ void frmBatchKernel::EstimateAll() {
       return;
     }
 
-    SurfaceNames names(folder_, prefix, *ids);
+    SurfaceNames names(folder, prefix, *ids);
     QueryFilter what = PointsOnly();
     what.onlyFields->push_back(cmbUIDFLD->text);
     FixGroups groups(features, what, idField, weightField, *ids);
@@ -112,7 +115,7 @@ void frmBatchKernel::EstimateAll() {
       Yield();
       PBar->SetValue(static_cast<double>(i + 1));
       Status("Calculating...");
-      const std::string name = names.Next((*ids)[i], layer_->Name());
+      const std::string name = names.Next((*ids)[i], layer->Name());
       const FixGroups::Group group = groups.Take(i);
       if (optSmall->value) grid = KernelGridOver(group.extent, h, cellSize);
       // What SimpleKernel2 and ContourGrid cannot do they have reported: the run is over.
@@ -120,10 +123,10 @@ void frmBatchKernel::EstimateAll() {
                                          grid.columns, grid.rows, scaling);
       if (!surface) return Status("");
       Status("Writing...");
-      const RasterDatasetPtr raster = WriteSurface(folder_, name, *surface, grid, reference);
+      const RasterDatasetPtr raster = WriteSurface(folder, name, *surface, grid, reference);
       if (!chkBnds->value) continue;
       Status("Contours...");
-      if (!DrawContours(*surface, *raster, name)) return Status("");
+      if (!DrawContours(*surface, *raster, folder, name)) return Status("");
     }
     names.Close();
 

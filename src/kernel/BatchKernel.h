@@ -22,7 +22,7 @@ class frmBatchKernel : public KernelDialog {
                                                        int idField) const;
   /// False when contours could not be made, which has been reported.
   bool DrawContours(const DensityGrid& surface, const IRasterDataset& raster,
-                    const std::string& name);
+                    const std::string& folder, const std::string& name) const;
 
   ComboBox* cmbUIDFLD;
   OptionButton *optSmall, *optFull;

@@ -79,7 +79,7 @@ bool KernelDialog::ChooseLayer() {
 
 // ---- What the runs share
 
-std::optional<std::string> KernelDialog::MissingScale() const {
+std::optional<std::string> KernelDialog::MissingSetting() const {
   if (txtH->text().empty()) return "Error: smoothing factor (h) has not been defined.";
   // A ticked box has the value 1. It is compared with -1, deliberately: weights without a field go
   // on, and end when the field is looked up.

@@ -29,9 +29,9 @@ class KernelDialog : public Dialog {
   /// Clears what hangs on the layer, then takes the one that was chosen. False without one.
   bool ChooseLayer();
 
-  /// The message for the first thing missing in the common checks before and after the weights;
-  /// nothing when all is there.
-  std::optional<std::string> MissingScale() const;
+  /// The message for the first of the settings below the layer that is missing; nothing when all
+  /// are there.
+  std::optional<std::string> MissingSetting() const;
 
   struct Settings {
     double h, cellSize, scaling;

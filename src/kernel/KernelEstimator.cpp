@@ -30,29 +30,32 @@ frmKernel::frmKernel() : KernelDialog("frmKernel", "Fixed Kernel Density Estimat
 
 /// The array has room for every feature of the class: those that a filter of the layer hides are
 /// not read, and count all the same.
-PointArray frmKernel::Points(std::optional<int> weightField) const {
+PointArray frmKernel::Points(const IFeatureLayer& layer, std::optional<int> weightField) const {
   const QueryFilter what = PointsOnly();
   if (chkUseSelected->value)
-    return ReadPoints(*layer_->SearchSelected(what), layer_->SelectionSet().Count(), weightField);
-  return ReadPoints(*layer_->Search(what), layer_->FeatureClass().FeatureCount(), weightField);
+    return ReadPoints(*layer.SearchSelected(what), layer.SelectionSet().Count(), weightField);
+  return ReadPoints(*layer.Search(what), layer.FeatureClass().FeatureCount(), weightField);
 }
 
 void frmKernel::Estimate() {
   Run("Kernel: ", [this] {
     const auto refuse = [](const std::string& text) { MessageBox(text, kExclamation, "Error"); };
     if (cmbPntL->text().empty()) return refuse("Error: input point layer has not been defined.");
-    if (const auto missing = MissingScale()) return refuse(*missing);
+    if (const auto missing = MissingSetting()) return refuse(*missing);
     std::string name = CleanFileName(txtR->text);
     if (name.empty()) name = "kde";
     txtR->text = name;
-    if (IsGridName(folder_, name))
+    // Copies: while the run yields, the user can choose another layer or folder.
+    const std::shared_ptr<IFeatureLayer> layer = layer_;
+    const std::string folder = folder_;
+    if (IsGridName(folder, name))
       return refuse(
           "Error: a name conflict has been found. Please define a new, unique raster name.");
 
-    const IFeatureClass& features = NotNothing(layer_.get()).FeatureClass();
+    const IFeatureClass& features = NotNothing(layer.get()).FeatureClass();
     const auto [h, cellSize, scaling, weightField] = ReadSettings(features);
-    const KernelGrid grid = KernelGridOver(layer_->Extent(), h, cellSize);
-    const PointArray points = Points(weightField);
+    const KernelGrid grid = KernelGridOver(layer->Extent(), h, cellSize);
+    const PointArray points = Points(*layer, weightField);
 
     // What SimpleKernel2 and ContourGrid cannot do they have reported: the run is over.
     Status("Calculating kernel...");
@@ -61,13 +64,12 @@ void frmKernel::Estimate() {
     if (!surface) return Status("");
     Status("Writing raster output...");
     const RasterDatasetPtr raster =
-        WriteSurface(folder_, name, *surface, grid, features.SpatialReference());
+        WriteSurface(folder, name, *surface, grid, features.SpatialReference());
     if (chkBnds->value) {
       Status("Calculating percent volume contours...");
       const VolumeHistogram histogram = HistogramOf(*surface, *raster, kTopBin);
       surface.reset();
-      if (!DrawVolumeContours(histogram, txtBnds->text, {folder_, folder_, name}))
-        return Status("");
+      if (!DrawVolumeContours(histogram, txtBnds->text, {folder, folder, name})) return Status("");
     }
 
     Status("");

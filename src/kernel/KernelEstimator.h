@@ -11,7 +11,7 @@ class frmKernel : public KernelDialog {
 
  private:
   void Estimate();
-  PointArray Points(std::optional<int> weightField) const;
+  PointArray Points(const IFeatureLayer& layer, std::optional<int> weightField) const;
 
   CheckBox* chkUseSelected;
 };

@@ -61,9 +61,11 @@ void frmPctVolContour::Draw() {
     if (txtOutFolder->text().empty()) return refuse("Error: output folder has not been defined.");
 
     Status("Calculating percent volume contours...");
-    const IRasterDataset& raster = NotNothing(layer_.get()).Dataset();
+    // A copy: while the run yields, the user can choose another layer.
+    const std::shared_ptr<IRasterLayer> layer = layer_;
+    const IRasterDataset& raster = NotNothing(layer.get()).Dataset();
     // The layer's name in the map stands for the dataset's: of a renamed layer there is no raster.
-    const ContourPlaces places = {folder_, raster.PathName(), layer_->Name()};
+    const ContourPlaces places = {folder_, raster.PathName(), layer->Name()};
     if (!DrawVolumeContours(HistogramOf(raster.Band(0)), txtBnds->text, places))
       return Status("");  // what ContourGrid cannot do it has reported
 

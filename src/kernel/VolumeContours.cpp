@@ -6,6 +6,7 @@
 
 #include "kernel/ContourGrid.h"
 #include "runtime/Arithmetic.h"
+#include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Text.h"
 #include "runtime/Value.h"
@@ -74,6 +75,7 @@ bool DrawVolumeContours(const VolumeHistogram& histogram, const std::string& per
   for (const std::string& entry : SplitAt(',', percentages)) {
     const double level = histogram.LevelAbove(ToDouble(entry) / 100 * total);
     if (wants && !wants(entry)) continue;
+    Yield();
     // The surface's maximum is far enough from the level to leave no other contour, but for levels
     // of 0 and below, which rasters with negative cells have.
     const double interval = level > 0 ? histogram.Maximum() : 2 * histogram.Range();
