@@ -1,5 +1,7 @@
 #include "kernel/ContourGrid.h"
 
+#include <algorithm>
+
 #include "data/Contours.h"
 #include "data/Raster.h"
 #include "runtime/Files.h"
@@ -9,13 +11,18 @@
 namespace orlinths {
 namespace {
 
-std::string FreeName(const std::string& folder) {
+/// Could a shapefile be called that?
+bool IsFree(const std::string& folder, const std::string& name) {
+  if (name.empty() || name.find('/') != std::string::npos) return false;
+  return std::ranges::none_of(
+      std::initializer_list<const char*>{".shp", ".shx", ".dbf", ".prj", ".cpg"},
+      [&](const char* extension) { return files::FileExists(JoinPath(folder, name + extension)); });
+}
+
+std::string MadeUpName(const std::string& folder) {
   for (int number = 1;; ++number) {
     const std::string name = "contour" + ToText(number);
-    const auto isTaken = [&](const char* extension) {
-      return files::FileExists(JoinPath(folder, name + extension));
-    };
-    if (!isTaken(".shp") && !isTaken(".shx") && !isTaken(".dbf")) return name;
+    if (IsFree(folder, name)) return name;
   }
 }
 
@@ -27,10 +34,9 @@ FeatureClassPtr ContourGrid(const std::string& outputFolder, const std::string& 
   FeatureClassPtr result;
   Trap("ContourGrid; ", [&] {
     const RasterDatasetPtr raster = OpenRasterDataset(rasterFolder, rasterName);
-    const FeatureClassPtr contour =
-        ContourRaster(*raster, interval, baseContour, outputFolder, FreeName(outputFolder));
-    if (contour->CanRename()) Quietly([&] { contour->Rename(outputName); });
-    result = contour;
+    const std::string name =
+        IsFree(outputFolder, outputName) ? outputName : MadeUpName(outputFolder);
+    result = ContourRaster(*raster, interval, baseContour, outputFolder, name);
   });
   return result;
 }

@@ -54,11 +54,10 @@ TEST_P(KernelFaultsTest, ReportsOrEndsWell) {
       EXPECT_EQ(GdalCells(Out(name)), surfaces[rasters++]) << name;
     }
     EXPECT_TRUE(rasters == animals || isReported);
-    // A contour that could not be renamed keeps its own name, without a word.
     EXPECT_TRUE(std::ssize(Contours()) == animals || isReported);
     for (const std::string& name : OutNames())
       EXPECT_TRUE(name.starts_with("kde_") || name.starts_with("PVC_kde_") ||
-                  name.starts_with("contour") || name == "RASTERNAMES.txt")
+                  name == "RASTERNAMES.txt")
           << name;
     if (HasFailure())
       for (const Message& message : all) ADD_FAILURE() << message.text;

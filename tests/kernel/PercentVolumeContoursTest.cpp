@@ -215,6 +215,16 @@ TEST_F(PercentVolumeContoursTest, ContourGridGivesAClassOfOneLevel) {
   EXPECT_THAT(Contours(), ElementsAre("half"));
 }
 
+TEST_F(PercentVolumeContoursTest, ContourGridMakesUpANameWhereTheGivenOneCannotBe) {
+  AddRaster(Hill());
+  WriteBytes(Out("half.dbf"), "mine");
+  for (const char* name : {"half", "a/b", ""})
+    EXPECT_TRUE(ContourGrid(Path("out"), FolderOf(Path("dem.tif")), "dem.tif", name, 100, 50));
+  EXPECT_THAT(Contours(), ElementsAre("contour1", "contour2", "contour3"));
+  EXPECT_EQ(ReadBytes(Out("half.dbf")), "mine");
+  EXPECT_THAT(said(), IsEmpty());
+}
+
 TEST_F(PercentVolumeContoursTest, ContourGridReportsWhatItCannotDo) {
   EXPECT_EQ(ContourGrid(Path("out"), Path("none"), "dem.tif", "half", 100, 50), nullptr);
   EXPECT_THAT(OnlyReport(), StartsWith("ContourGrid; \r-2147467259\r"));
