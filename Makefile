@@ -1,11 +1,13 @@
 # make demo     builds the tools and runs the examples, which check their own results
 # make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers)
 # make bench    the fast ways against the plain ones
-# make install  puts `orlinths` under PREFIX
+# make install  puts `orlinths` under PREFIX and, where QGIS's development files are installed, the plugin into QGIS
+# make plugin   the plugin alone, into PLUGIN_DIR
 # Each installs the Debian packages it misses (as root, or through sudo).
 
 PRESET ?= release
 PREFIX ?= /usr/local
+PLUGIN_DIR ?= /usr/lib/qgis/plugins
 BUILD := build/$(PRESET)
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -16,7 +18,7 @@ TOOLS := g++ cmake ninja-build ccache pkg-config locales ca-certificates
 LIBRARIES := libgdal-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
 CHECKS := libgtest-dev libgmock-dev libbenchmark-dev gdal-bin
 
-.PHONY: all demo test bench install packages configure clean
+.PHONY: all demo test bench install plugin packages configure clean
 all: configure
 	cmake --build $(BUILD) --parallel $(JOBS)
 
@@ -48,6 +50,12 @@ install: packages
 	cmake --preset no-qgis -DCMAKE_INSTALL_PREFIX=$(PREFIX) >/dev/null
 	cmake --build build/no-qgis --parallel $(JOBS) --target orlinths
 	cmake --install build/no-qgis
+	@if dpkg-query -W -f '$${Status}' libqgis-dev 2>/dev/null | grep -q 'ok installed'; then $(MAKE) plugin; fi
+
+plugin: packages
+	cmake --preset qgis -DORLINTHS_TESTS=OFF -DORLINTHS_QGIS_PLUGIN_DIR=$(PLUGIN_DIR) >/dev/null
+	cmake --build build/qgis --parallel $(JOBS) --target orlinthstoolsplugin
+	cmake --install build/qgis --component plugin
 
 clean:
 	rm -rf build

@@ -121,6 +121,7 @@ class PageWidget : public Bound<TextBox, QPlainTextEdit> {
       : Bound(control, new QPlainTextEdit(parent)) {
     widget->setReadOnly(model.readOnly);
     widget->setTabChangesFocus(true);
+    widget->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);  // lines are broken
     QObject::connect(widget, &QPlainTextEdit::textChanged, widget, [this, &host] {
       const std::string text = FromQt(widget->toPlainText());
       host.Act(SetStep(model, text), [this, text] { model.UserSetText(text); });

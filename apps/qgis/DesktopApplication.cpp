@@ -1,6 +1,7 @@
 #include "qgis/DesktopApplication.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QProgressBar>
 
 #include <qgisinterface.h>
@@ -39,11 +40,6 @@ DesktopApplication::DesktopApplication(QgisInterface& qgis)
 DesktopApplication::~DesktopApplication() { HideProgress(); }
 
 void DesktopApplication::Listen(ApplicationListener listener) { listener_ = std::move(listener); }
-
-IMap* DesktopApplication::FocusMap() {
-  map_.Renew();
-  return &map_;
-}
 
 void DesktopApplication::Select(const std::string& layer, const std::vector<Oid>& oids) {
   map_.Select(layer, oids);
@@ -84,6 +80,20 @@ void DesktopApplication::SetCurrentTool(const std::string& caption) {
 bool DesktopApplication::TookToolChoice() { return std::exchange(toolChosen_, false); }
 
 // ---- The view
+
+void DesktopApplication::ShowWhole() {
+  constexpr QSize kView(1000, 800);
+  QgsMapCanvas& canvas = *qgis_.mapCanvas();
+  const int frame = 2 * canvas.frameWidth();
+  canvas.setMinimumSize(kView + QSize(frame, frame));
+  qgis_.mainWindow()->resize(qgis_.mainWindow()->size() + canvas.minimumSize() - canvas.size());
+  QCoreApplication::processEvents();
+  map_.Renew();
+  Envelope full;
+  for (const LayerPtr& layer : map_.Layers())
+    if (layer->Valid()) full.Add(layer->Extent());
+  if (!full.IsEmpty()) SetExtent(full);
+}
 
 void DesktopApplication::Refresh() { qgis_.mapCanvas()->refresh(); }
 

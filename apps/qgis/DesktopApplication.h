@@ -31,6 +31,8 @@ class DesktopApplication : public IApplication,
   /// The map tool of that caption can be put into the user's hand.
   void AddMapTool(const std::string& caption, QgsMapTool* tool);
   MapBridge& Bridge() { return map_; }
+  /// Shows all layers in a view of 1000 by 800 units, as the view of a map without a window is.
+  void ShowWhole();
   /// Work that shows its progress lets the host repaint.
   std::function<void()> yield;
 
@@ -69,7 +71,7 @@ class DesktopApplication : public IApplication,
     Throttle throttle_;
   };
 
-  IMap* FocusMap() override;
+  IMap* FocusMap() override { return &map_; }
   IActiveView& ActiveView() override { return *this; }
   IStepProgressor& ProgressBar() override { return progressor_; }
   void SetMessage(const std::string& message) override;

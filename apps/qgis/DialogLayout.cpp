@@ -26,6 +26,7 @@ namespace {
 
 constexpr int kSpaceBetweenColumns = 12, kTight = 3;
 constexpr const char* kGrows = "orlinthsGrows";  // a section that takes what room there is
+constexpr int kLongWords = 370, kIndent = 20;
 constexpr int kListHeight = 110, kListWidth = 160;
 constexpr int kNoteHeight = 80, kNoteWidth = 320;       // a page of text among other controls
 constexpr int kReportHeight = 300, kReportWidth = 460;  // one that the dialog is about
@@ -137,8 +138,19 @@ class Layouter {
       return;
     }
     caption->setBuddy(widgetOf_(field).Widget());
-    grid_->addWidget(caption, line, 0);
-    grid_->addLayout(layout, line, 1);
+    AddPair(*caption, *layout, line);
+  }
+
+  /// Words beside their field; above it where they are long.
+  void AddPair(QWidget& words, QLayout& field, int line) {
+    if (words.sizeHint().width() <= kLongWords) {
+      grid_->addWidget(&words, line, 0);
+      grid_->addLayout(&field, line, 1);
+      return;
+    }
+    field.setContentsMargins(kIndent, 0, 0, 0);
+    grid_->addWidget(&words, line, 0, 1, 2);
+    grid_->addLayout(&field, line + 1, 0, 1, 2);
   }
 
   void AddChoice(const PlannedRow& row, int line, QWidget&) {
@@ -147,8 +159,7 @@ class Layouter {
       grid_->addWidget(choice, line, 0, 1, 2);
       return;
     }
-    grid_->addWidget(choice, line, 0);
-    grid_->addLayout(FieldOf(row, *row.controls.back()), line, 1);
+    AddPair(*choice, *FieldOf(row, *row.controls.back()), line);
   }
 
   void AddButtons(const PlannedRow& row, int line) {
@@ -177,6 +188,7 @@ class Layouter {
         column->addWidget(caption);
       }
       list.Widget()->setMinimumSize(kListWidth, kListHeight);
+      list.Widget()->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
       column->addWidget(list.Widget(), 1);
       lists->addLayout(column, 1);
     }
@@ -194,6 +206,7 @@ class Layouter {
     grid_->addWidget(wide.Widget(), line, 0, 1, 2);
     if (!isPage) return;
     const bool isReport = plan_.sections.size() == 1 && plan_.sections.front().rows.size() <= 4;
+    wide.Widget()->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
     if (isReport)
       wide.Widget()->setMinimumSize(kReportWidth, kReportHeight);
     else
@@ -267,7 +280,7 @@ class Layouter {
   }
 
   int FootHeight() const {
-    constexpr int kLine = 36;
+    constexpr int kLine = 31;
     const auto lines = static_cast<int>(plan_.progress.size()) + (plan_.status != nullptr ? 1 : 0);
     return kLine * (lines + 2);
   }

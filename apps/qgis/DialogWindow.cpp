@@ -14,7 +14,7 @@ namespace orlinths {
 namespace {
 
 constexpr QSize kSmallestScreen(1024, 768);
-constexpr int kTitleAndPanels = 70, kMargins = 24;
+constexpr int kTitleAndPanels = 48, kMargins = 24;
 
 /// What a window may fill: every dialog fits on the smallest screen that is in use.
 QSize RoomOf(const QWidget& window) {

@@ -5,20 +5,26 @@
 #include <QTimer>
 
 #include <qgisinterface.h>
-#include <qgsiconutils.h>
+#include <qgsapplication.h>
 #include <qgsmapcanvas.h>
 #include <qgsproject.h>
 
 #include "component/Component.h"
+#include "numerics/Random.h"
 #include "qgis/CommandLocator.h"
 #include "qgis/CommandSet.h"
 #include "qgis/DesktopApplication.h"
+#include "qgis/HistoryPanel.h"
 #include "qgis/LayerIcons.h"
 #include "qgis/MapToolAdapters.h"
+#include "qgis/MessageBoxes.h"
+#include "qgis/Refill.h"
 #include "qgis/SessionRun.h"
 #include "qgis/Text.h"
 #include "qgis/Toolbar.h"
 #include "qgis/WindowHost.h"
+#include "session/MapBuilder.h"
+#include "session/SessionRecorder.h"
 
 namespace {
 
@@ -50,7 +56,10 @@ void Plugin::initGui() {
   application_->yield = [this] { windows_->Yield(); };
   SetApplication(application_.get());
   SetDialogHost(windows_.get());
-  SetPorts(windows_->MakePorts());
+  recorder_ = std::make_unique<SessionRecorder>();
+  Ports ports = windows_->MakePorts();
+  ports.clock = [this] { return recorder_->IsRecording() ? recorder_->Clock() : now_(); };
+  now_ = SetPorts(std::move(ports)).clock;
 
   commands_ = std::make_unique<CommandSet>(*application_);
   const auto clicked = [this](const CommandInfo& command) { Click(command); };
@@ -58,26 +67,70 @@ void Plugin::initGui() {
   MakeMapTools();
   locator_ = new CommandLocator(clicked);
   qgis_.registerLocatorFilter(locator_);
+  MakeHistory();
   PlaySessionIfAsked();
 }
 
 void Plugin::unload() {
   if (locator_ != nullptr) qgis_.deregisterLocatorFilter(locator_);
   locator_ = nullptr;
+  qgis_.removeDockWidget(history_.get());
+  history_.reset();
   toolbar_.reset();
   digitiser_.reset();
   commands_.reset();
-  SetPorts({});
+  SetPorts({});  // the defaults
   SetDialogHost(nullptr);
   SetApplication(nullptr);
+  ForgetDialogs();
   windows_.reset();
   application_.reset();
-  ForgetDialogs();
+  recorder_.reset();
 }
 
 void Plugin::Click(const CommandInfo& command) {
+  application_->Bridge().Renew();
+  if (*command.dialog != '\0') {
+    recorder_->Begin(command, ContentsOf(application_->Bridge()), ClockNanoseconds());
+    if (!isPlaying_) ResetGenerator();  // as in a new process, so that the run can be repeated
+  }
   commands_->Click(command);
+  if (const auto session = recorder_->End()) history_->Keep(*session);
   if (std::string_view(command.className) == kDigitiser) application_->TakeInHand(command.caption);
+}
+
+void Plugin::MakeHistory() {
+  const QString folder = QgsApplication::qgisSettingsDirPath() + QStringLiteral("orlinths/history");
+  history_ = std::make_unique<HistoryPanel>(HistoryFiles(FromQt(folder)), qgis_.mainWindow());
+  history_->onRunAgain = [this](const Session& session) { RunAgain(session); };
+  qgis_.addDockWidget(Qt::RightDockWidgetArea, history_.get());
+  history_->hide();
+  toolbar_->AddToMenu(history_->toggleViewAction());
+  windows_->onStep = [this](const Dialog& dialog, const Step& step) {
+    recorder_->Acted(dialog, step);
+  };
+  windows_->onPick = [this](const steps::Pick& pick) { recorder_->Picked(pick); };
+  windows_->onAnswer = [this](const std::string& question, bool yes) {
+    recorder_->Answered(question, yes);
+  };
+}
+
+void Plugin::RunAgain(const Session& session) {
+  const auto* click =
+      session.steps.empty() ? nullptr : std::get_if<steps::Click>(&session.steps.front().what);
+  const CommandInfo* command = click == nullptr ? nullptr : FindCommand(click->className);
+  if (command == nullptr || windows_->IsOpen()) return;
+  windows_->onNextReady = [this, session](Dialog& dialog) {
+    const QStringList wrongs = Refill(dialog, session, *windows_, [this](const std::string& path) {
+      return ShowMessageBox(path + " exists. Replace it?", kYesNo | kExclamation, "",
+                            windows_->Parent()) == Reply::kYes;
+    });
+    if (!wrongs.isEmpty())
+      ShowMessageBox("Not everything is as it was then:\r" + FromQt(wrongs.join(QLatin1Char('\r'))),
+                     kInformation, "", windows_->Parent());
+  };
+  Click(*command);
+  windows_->onNextReady = nullptr;
 }
 
 void Plugin::MakeMapTools() {
@@ -96,7 +149,11 @@ void Plugin::PlaySessionIfAsked() {
   // Once QGIS has started; then it ends with the last session's exit status.
   QObject::connect(&qgis_, &QgisInterface::initializationCompleted, this, [this, order] {
     QTimer::singleShot(0, this, [this, order] {
-      const int status = PlayInQgis(order, *application_, *windows_);
+      isPlaying_ = true;
+      WidgetHand hand(*windows_);
+      hand.onClick = [this](const CommandInfo& command) { toolbar_->ActionOf(command)->trigger(); };
+      hand.map = qgis_.mapCanvas()->viewport();
+      const int status = PlayInQgis(order, *application_, hand);
       QgsProject::instance()->setDirty(false);
       QCoreApplication::exit(status);
     });

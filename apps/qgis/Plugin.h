@@ -5,6 +5,8 @@
 
 #include <qgisplugin.h>
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 
 class QgisInterface;
@@ -14,10 +16,13 @@ namespace orlinths {
 
 class CommandSet;
 class DesktopApplication;
+class HistoryPanel;
 class MapToolAdapter;
+class SessionRecorder;
 class Toolbar;
 class WindowHost;
 struct CommandInfo;
+struct Session;
 
 class Plugin : public QObject, public QgisPlugin {
  public:
@@ -29,6 +34,8 @@ class Plugin : public QObject, public QgisPlugin {
  private:
   void Click(const CommandInfo& command);
   void MakeMapTools();
+  void MakeHistory();
+  void RunAgain(const Session& session);
   void PlaySessionIfAsked();
 
   QgisInterface& qgis_;
@@ -37,6 +44,10 @@ class Plugin : public QObject, public QgisPlugin {
   std::unique_ptr<CommandSet> commands_;
   std::unique_ptr<MapToolAdapter> digitiser_;
   std::unique_ptr<Toolbar> toolbar_;
+  std::function<std::int64_t()> now_;  ///< the clock on the wall
+  std::unique_ptr<SessionRecorder> recorder_;
+  std::unique_ptr<HistoryPanel> history_;
+  bool isPlaying_ = false;
   QgsLocatorFilter* locator_ = nullptr;  ///< QGIS's own once registered
 };
 

@@ -57,6 +57,7 @@ int PlayOne(const std::string& path, const Sink& out, DesktopApplication& applic
   WrittenPaths paths;
   const Session session = ReadSession(path, paths);
   FillProject(session.map);
+  application.ShowWhole();
   const auto events = MakeJsonEvents(out);
   Replies replies({}, session.replies, {});
   SessionSteps steps(session.steps);
@@ -101,8 +102,7 @@ void FillProject(const MapContents& contents) {
   }
 }
 
-int PlayInQgis(const SessionOrder& order, DesktopApplication& application, WindowHost& windows) {
-  WidgetHand hand(windows);
+int PlayInQgis(const SessionOrder& order, DesktopApplication& application, WidgetHand& hand) {
   int status = exit_status::kSuccess;
   for (const std::string& path : order.sessionPaths) {
     std::unique_ptr<OutputFile> file;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "qgis/DesktopApplication.h"
-#include "qgis/WindowHost.h"
+#include "qgis/WidgetHand.h"
 
 namespace orlinths {
 
@@ -21,7 +21,7 @@ struct SessionOrder {
 /// Plays them one after the other, each in a new project and as in a new process. Gives the exit
 /// status that the command line would give for the last. Trouble is written behind the events, as a
 /// line that begins with "orlinths: ".
-int PlayInQgis(const SessionOrder& order, DesktopApplication& application, WindowHost& windows);
+int PlayInQgis(const SessionOrder& order, DesktopApplication& application, WidgetHand& hand);
 
 /// Puts the layers and tables of a session into the project, below what it holds.
 void FillProject(const MapContents& contents);

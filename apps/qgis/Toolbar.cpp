@@ -47,6 +47,12 @@ QAction* Toolbar::ActionOf(const CommandInfo& command) const {
   return actions_.at(command.className);
 }
 
+void Toolbar::AddToMenu(QAction* action) {
+  if (!menu_) return;
+  menu_->addSeparator();
+  menu_->addAction(action);
+}
+
 QMenu* Toolbar::MakeMenu(const std::string& progId, QWidget* parent) {
   const auto definition = CreateMenu(progId);
   auto* menu = new QMenu(ToQtCaption(definition->Caption()), parent);

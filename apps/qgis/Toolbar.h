@@ -29,6 +29,8 @@ class Toolbar {
   Toolbar(const Toolbar&) = delete;
   Toolbar& operator=(const Toolbar&) = delete;
 
+  /// Puts an action of the plugin's own behind the component's menu.
+  void AddToMenu(QAction* action);
   /// The action of a command; one for each of the 56, in a menu or not.
   QAction* ActionOf(const CommandInfo& command) const;
 

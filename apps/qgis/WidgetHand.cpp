@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 
 #include <algorithm>
@@ -152,6 +153,35 @@ void WidgetHand::ShowMessage(const std::string& text, int flags, const std::stri
   Settle();
   KeepPicture(*box, QStringLiteral("message"));
   if (QAbstractButton* button = ButtonOf(*box, reply)) button->click();
+  if (reply != Reply::kOk && host_.onAnswer) host_.onAnswer(text, reply == Reply::kYes);
+}
+
+void WidgetHand::Picked(const steps::Pick& pick) {
+  if (host_.onPick) host_.onPick(pick);
+}
+
+void WidgetHand::UseMouse(const steps::Mouse& mouse) {
+  if (map == nullptr) return;
+  const auto button = mouse.button == 2   ? Qt::RightButton
+                      : mouse.button == 4 ? Qt::MiddleButton
+                      : mouse.button == 1 ? Qt::LeftButton
+                                          : Qt::NoButton;
+  Qt::KeyboardModifiers keys;
+  keys.setFlag(Qt::ShiftModifier, (mouse.shift & 1) != 0);
+  keys.setFlag(Qt::ControlModifier, (mouse.shift & 2) != 0);
+  keys.setFlag(Qt::AltModifier, (mouse.shift & 4) != 0);
+  const QPointF place(mouse.x, mouse.y);
+  const QEvent::Type type = mouse.action == steps::MouseAction::kDown ? QEvent::MouseButtonPress
+                            : mouse.action == steps::MouseAction::kUp ? QEvent::MouseButtonRelease
+                            : mouse.action == steps::MouseAction::kMove
+                                ? QEvent::MouseMove
+                                : QEvent::MouseButtonDblClick;
+  const bool isMove = mouse.action == steps::MouseAction::kMove;
+  const Qt::MouseButtons held =
+      mouse.action == steps::MouseAction::kUp ? Qt::MouseButtons() : Qt::MouseButtons(button);
+  QMouseEvent event(type, place, map->mapToGlobal(place.toPoint()), isMove ? Qt::NoButton : button,
+                    held, keys);
+  QApplication::sendEvent(map, &event);
 }
 
 void WidgetHand::Settle() { QCoreApplication::processEvents(); }

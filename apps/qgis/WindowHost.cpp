@@ -68,7 +68,9 @@ Ports WindowHost::MakePorts() {
   ports.messageBox = [this](const std::string& text, int flags, const std::string& title) {
     ShowAllChanges();
     const CursorAtRest atRest;
-    return ShowMessageBox(text, flags, title, Parent());
+    const Reply reply = ShowMessageBox(text, flags, title, Parent());
+    if (reply != Reply::kOk && onAnswer) onAnswer(text, reply == Reply::kYes);
+    return reply;
   };
   ports.yield = [this] { Yield(); };
   ports.shellOpen = [](const std::string& target) {
@@ -111,6 +113,13 @@ void WindowHost::RunModal(Dialog& dialog) {
   }
   if (dialog.IsVisible()) {
     const CursorAtRest atRest;
+    if (const auto ready = std::exchange(onNextReady, nullptr))
+      QMetaObject::invokeMethod(
+          this,
+          [this, ready, &dialog] {
+            if (WindowOf(dialog) != nullptr) ready(dialog);
+          },
+          Qt::QueuedConnection);
     QEventLoop loop;
     loops_[&dialog] = &loop;
     loop.exec();
@@ -205,7 +214,6 @@ void WindowHost::CloseBox(Dialog& dialog) {
     RequestStop();
     return;
   }
-  if (onClosed) onClosed(dialog);
   dialog.Unload();
 }
 
@@ -225,7 +233,11 @@ bool WindowHost::eventFilter(QObject* receiver, QEvent* event) {
 bool WindowHost::Pick(const Question& question, Choice& choice) {
   ShowAllChanges();
   const CursorAtRest atRest;
-  const bool isChosen = AskForFile(question, choice, Parent());
+  bool isChosen = !answerNextPick.empty();
+  if (isChosen)
+    choice = ChoiceOf(answerNextPick, question);
+  else
+    isChosen = AskForFile(question, choice, Parent());
   if (onPick) onPick(isChosen ? steps::Pick{choice.FullName()} : steps::Pick{});
   return isChosen;
 }

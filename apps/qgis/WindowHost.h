@@ -34,8 +34,12 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   std::function<void(const Dialog& dialog, const Step& step)> onStep;
   /// A file dialog that a press opened gave this.
   std::function<void(const steps::Pick& pick)> onPick;
-  /// The user has closed a dialog by its close box.
-  std::function<void(const Dialog& dialog)> onClosed;
+  /// The user has answered a question.
+  std::function<void(const std::string& question, bool yes)> onAnswer;
+  /// A dialog stands ready for its user, who has not touched it yet. Used up by the first one.
+  std::function<void(Dialog& dialog)> onNextReady;
+  /// The path that the next file dialog gives without being shown; empty: the user is asked.
+  std::string answerNextPick;
 
   /// Message box, yield and shell for the tools, in windows.
   Ports MakePorts();
@@ -44,6 +48,7 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   DialogWindow* WindowOf(const Dialog& dialog) const;
   /// Closes a window as its close box does: a run is asked to stop, a dialog at rest is closed.
   void CloseBox(Dialog& dialog);
+  bool IsOpen() const { return !shown_.empty(); }  ///< any dialog
   bool IsAtWork() const { return !atWork_.empty(); }
   /// Where a new window or box belongs.
   QWidget* Parent() const;

@@ -5,10 +5,12 @@
 #include <utility>
 #include <vector>
 
+#include "data/SpatialReference.h"
 #include "data/Workspace.h"
 #include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
+#include "runtime/Value.h"
 
 namespace orlinths {
 namespace {
@@ -91,6 +93,31 @@ StandaloneTablePtr MakeTable(const LayerEntry& entry) {
   return standalone;
 }
 
+/// The name that a layer bears when nobody gives it one.
+std::string DefaultName(const ILayer& layer) {
+  const std::string path = layer.SourcePath();
+  if (dynamic_cast<const IRasterLayer*>(&layer) != nullptr) return NameOf(path);
+  const auto* features = dynamic_cast<const IFeatureLayer*>(&layer);
+  if (features != nullptr && features->Valid()) return features->FeatureClass().Name();
+  return StemOf(path);
+}
+
+LayerEntry EntryOf(const ILayer& layer) {
+  LayerEntry entry;
+  if (const auto* group = dynamic_cast<const IGroupLayer*>(&layer)) {
+    entry.name = group->Name();
+    for (const LayerPtr& inner : group->layers) entry.layers.push_back(EntryOf(*inner));
+    return entry;
+  }
+  entry.path = layer.SourcePath();
+  if (layer.Name() != DefaultName(layer)) entry.name = layer.Name();
+  const auto* features = dynamic_cast<const IFeatureLayer*>(&layer);
+  if (features == nullptr || !features->Valid()) return entry;
+  entry.where = features->DefinitionQuery();
+  if (features->SelectionSet().Count() > 0) entry.selection = features->SelectionSet().Oids();
+  return entry;
+}
+
 }  // namespace
 
 OpenedInput OpenInput(const std::string& path) {
@@ -130,6 +157,20 @@ void BuildMap(const MapContents& contents, Map& map) {
     WrongCall("the spatial reference " + Quoted(contents.spatialReference) + ": " +
               failure->Description());
   map.SetSpatialReference(reference);
+}
+
+MapContents ContentsOf(const IMap& map) {
+  MapContents contents;
+  for (const LayerPtr& layer : map.TopLayers()) contents.layers.push_back(EntryOf(*layer));
+  for (const StandaloneTablePtr& table : map.StandaloneTables()) {
+    LayerEntry entry;
+    entry.path = table->SourcePath();
+    if (table->Name() != StemOf(entry.path)) entry.name = table->Name();
+    contents.tables.push_back(std::move(entry));
+  }
+  if (const int code = map.SpatialReference()->FactoryCode(); code != 0)
+    contents.spatialReference = "EPSG:" + ToText(static_cast<std::int64_t>(code));
+  return contents;
 }
 
 IFeatureLayer& FeatureLayerNamed(const IMap& map, const std::string& name) {

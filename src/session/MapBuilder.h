@@ -23,6 +23,10 @@ OpenedInput OpenInput(const std::string& path);
 /// parse, and a selection on a raster, are wrong calls.
 void BuildMap(const MapContents& contents, Map& map);
 
+/// What `BuildMap` would make the map of as it is now: groups, names, filters, selections, tables,
+/// and the map's reference where its code is known.
+MapContents ContentsOf(const IMap& map);
+
 /// The first feature layer of that name; a wrong call, with the names that there are, when there is
 /// none.
 IFeatureLayer& FeatureLayerNamed(const IMap& map, const std::string& name);

@@ -7,6 +7,7 @@
 #include "session/MapBuilder.h"
 #include "session/UserHand.h"
 #include "session/Words.h"
+#include "numerics/Random.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"
@@ -69,6 +70,7 @@ SessionPlayer::SessionPlayer(IPlayedApplication& application, EventWriter& event
   SetApplication(&application_.Application());
   ConnectPorts();
   ListenToApplication();
+  ResetGenerator();  // draws as in a new process, whatever this one has drawn before
 }
 
 SessionPlayer::~SessionPlayer() {
@@ -257,6 +259,7 @@ bool SessionPlayer::Pick(const Question& question, Choice& choice) {
               ") opens, and the step has no \"pick\" for it");
     return false;
   }
+  if (settings_.windows != nullptr) settings_.windows->Picked(*pick);
   if (!pick->path) return false;
   const std::string& path = *pick->path;
   if (question.filter == Filter::kFolders && !files::FolderExists(path)) {
@@ -343,6 +346,7 @@ void SessionPlayer::Take(const steps::Click& click) {
   for (const Dialog* dialog : open_)
     if (dialog->Name() == info->dialog) return WrongStep(dialog->Name() + " is open already");
   Keep();
+  if (settings_.windows != nullptr) return settings_.windows->Click(*info);
   auto& command = commands_[info->className];
   application_.TookToolChoice();
   const auto failure = FailureOf([&] {
@@ -422,6 +426,7 @@ void SessionPlayer::Take(const steps::Select& select) {
 void SessionPlayer::Take(const steps::Mouse& mouse) {
   Keep();
   if (!open_.empty()) return;  // a dialog keeps the mouse from the map
+  if (settings_.windows != nullptr) return settings_.windows->UseMouse(mouse);
   for (const auto& [name, command] : commands_) {
     auto* tool = dynamic_cast<ITool*>(command.get());
     if (tool == nullptr || command->Caption() != application_.Application().CurrentTool()) continue;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "data/Application.h"
+#include "host/Commands.h"
 #include "host/Dialog.h"
 #include "runtime/Ports.h"
 #include "session/Session.h"
@@ -44,6 +45,10 @@ class IPlayedWindows {
   virtual ~IPlayedWindows() = default;
   /// Shows, repaints and closes them. It is never asked to wait for a user or for a file choice.
   virtual IDialogHost& Host() = 0;
+  /// Clicks a command as from its menu; a map tool is in the user's hand then.
+  virtual void Click(const CommandInfo& command) = 0;
+  /// The mouse on the map.
+  virtual void UseMouse(const steps::Mouse& mouse) = 0;
   /// Sets a control through its widget. Gives what is wrong with the request, as `SetByHand` does;
   /// empty when the control was set.
   virtual std::string Set(Dialog& dialog, const std::string& control, const SetValue& to) = 0;
@@ -51,6 +56,8 @@ class IPlayedWindows {
   virtual void Press(Dialog& dialog, Button& button) = 0;
   /// Closes the window as its close box does.
   virtual void Close(Dialog& dialog) = 0;
+  /// A file dialog would have given this.
+  virtual void Picked(const steps::Pick& pick) = 0;
   /// Shows a message and answers it.
   virtual void ShowMessage(const std::string& text, int flags, const std::string& title,
                            Reply reply) = 0;

@@ -33,6 +33,12 @@ class Copy {
   Copy() { fs::copy(kSessions, folder_.Path(), fs::copy_options::recursive); }
   const std::string& Path() const { return folder_.Path(); }
 
+  /// As it was at first.
+  void Restore() {
+    for (const auto& entry : fs::directory_iterator(Path())) fs::remove_all(entry.path());
+    fs::copy(kSessions, Path(), fs::copy_options::recursive);
+  }
+
   /// All files by their path in the folder, but what QGIS keeps beside rasters that it shows.
   std::map<std::string, std::string> Files() const {
     std::map<std::string, std::string> files;
@@ -60,10 +66,9 @@ std::string WithoutProgress(const std::string& events) {
   return kept;
 }
 
-/// QGIS with the plugin switched on in a profile of its own, on a screen that nobody sees.
+/// QGIS with the plugin switched on in a profile, on a screen that nobody sees.
 int PlayInQgis(const std::vector<std::string>& sessions, const std::string& eventsFolder,
-               std::string& said) {
-  const TempFolder profile;
+               const TempFolder& profile, std::string& said) {
   const std::string settings = profile / "profiles/default/QGIS";
   fs::create_directories(settings);
   WriteBytes(settings + "/QGIS3.ini",
@@ -82,15 +87,45 @@ int PlayInQgis(const std::vector<std::string>& sessions, const std::string& even
       Shell("ORLINTHS_SESSION=" + Quoted(list) + " ORLINTHS_EVENTS=" + Quoted(eventsFolder) + ' ' +
             pictures +
             "QT_QPA_PLATFORM=xcb timeout 600 xvfb-run -a -s '-screen 0 "
-            "1280x1024x24' qgis --profiles-path " +
+            "1600x1200x24' qgis --profiles-path " +
             Quoted(profile.Path()) + " --nologo --noversioncheck >" + Quoted(log) + " 2>&1");
   said = ReadBytes(log);
   return status;
 }
 
-TEST(SessionsInQgis, EndAsOnTheCommandLine) {
-  const Copy byQgis, byCommandLine;
-  const TempFolder events;
+/// Plays a session file by the command line; gives the events.
+std::string Play(const std::string& folder, const std::string& session) {
+  const TempFolder apart;
+  const std::string output = apart / "output.txt";
+  EXPECT_EQ(Shell("cd " + Quoted(folder) + " && " + Quoted(ORLINTHS_PROGRAM) + " play " +
+                  Quoted(session) + " --json >" + Quoted(output)),
+            0)
+      << ReadBytes(output);
+  return WithoutProgress(ReadBytes(output));
+}
+
+void ExpectSameFiles(const Copy& made, const Copy& expected) {
+  const auto left = made.Files(), right = expected.Files();
+  std::vector<std::string> leftNames, rightNames;
+  for (const auto& [path, bytes] : left) leftNames.push_back(path);
+  for (const auto& [path, bytes] : right) rightNames.push_back(path);
+  ASSERT_EQ(leftNames, rightNames);
+  for (const auto& [path, bytes] : right) EXPECT_TRUE(left.at(path) == bytes) << path << " differs";
+}
+
+/// The class that a session clicks, if it clicks once.
+std::string OnlyClick(const std::string& path) {
+  const std::string text = ReadBytes(path), sign = "\"click\":";
+  const std::size_t at = text.find(sign);
+  if (at == text.npos || text.find(sign, at + 1) != text.npos) return {};
+  const std::size_t begin = text.find('"', at + sign.size()) + 1;
+  return text.substr(begin, text.find('"', begin) - begin);
+}
+
+TEST(SessionsInQgis, EndAsOnTheCommandLineAndSoDoTheRunsInTheHistory) {
+  Copy byQgis;
+  const Copy byCommandLine;
+  const TempFolder events, profile;
   std::vector<std::string> names, sessions;
   for (const std::string& name : files::NamesIn(kSessions)) {
     if (!name.ends_with(".json")) continue;
@@ -99,24 +134,34 @@ TEST(SessionsInQgis, EndAsOnTheCommandLine) {
   }
   ASSERT_FALSE(names.empty());
   std::string said;
-  EXPECT_EQ(PlayInQgis(sessions, events.Path(), said), 0) << said;
+  EXPECT_EQ(PlayInQgis(sessions, events.Path(), profile, said), 0) << said;
   for (const std::string& name : names) {
     SCOPED_TRACE(name);
-    const std::string output = byCommandLine.Path() + "/output.txt";
-    ASSERT_EQ(Shell("cd " + Quoted(byCommandLine.Path()) + " && " + Quoted(ORLINTHS_PROGRAM) +
-                    " play " + name + ".json --json >" + Quoted(output)),
-              0);
     EXPECT_EQ(WithoutProgress(ReadBytes(events / (name + ".events"))),
-              WithoutProgress(ReadBytes(output)));
-    fs::remove(output);
+              Play(byCommandLine.Path(), name + ".json"));
   }
-  const auto made = byQgis.Files(), expected = byCommandLine.Files();
-  std::vector<std::string> madeNames, expectedNames;
-  for (const auto& [path, bytes] : made) madeNames.push_back(path);
-  for (const auto& [path, bytes] : expected) expectedNames.push_back(path);
-  ASSERT_EQ(madeNames, expectedNames);
-  for (const auto& [path, bytes] : expected)
-    EXPECT_TRUE(made.at(path) == bytes) << path << " differs";
+  ExpectSameFiles(byQgis, byCommandLine);
+
+  // What QGIS has kept of these runs, each from the start.
+  std::map<std::string, std::vector<std::string>> sessionsOf, runsOf;
+  for (const std::string& name : names)
+    sessionsOf[OnlyClick(kSessions + '/' + name + ".json")].push_back(name);
+  const std::string history = profile / "profiles/default/orlinths/history";
+  ASSERT_TRUE(files::FolderExists(history));
+  for (const std::string& name : files::NamesIn(history))
+    runsOf[OnlyClick(JoinPath(history, name))].push_back(JoinPath(history, name));
+  int replayed = 0;
+  for (const auto& [className, runs] : runsOf) {
+    if (runs.size() != 1 || sessionsOf[className].size() != 1) continue;
+    SCOPED_TRACE(runs.front());
+    const Copy again;
+    byQgis.Restore();
+    Play(again.Path(), sessionsOf[className].front() + ".json");
+    Play(byQgis.Path(), runs.front());
+    ExpectSameFiles(byQgis, again);
+    ++replayed;
+  }
+  EXPECT_GT(replayed, 4);
 }
 
 }  // namespace

@@ -1,0 +1,119 @@
+#include "qgis/HistoryPanel.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QGridLayout>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include "host/Commands.h"
+#include "qgis/Text.h"
+#include "qgis/Toolbar.h"
+#include "runtime/Files.h"
+#include "runtime/Trap.h"
+#include "session/CommandLineText.h"
+#include "session/SessionFile.h"
+
+namespace orlinths {
+namespace {
+
+constexpr int kPathRole = Qt::UserRole;
+
+QListWidgetItem* ItemFor(const std::string& path) {
+  const KeptRun run = KeptRunOf(path);
+  const CommandInfo* command = FindCommand(run.className);
+  const QString caption = ToQt(command == nullptr ? run.className : command->caption);
+  auto* item = new QListWidgetItem(ToQt(run.when) + QStringLiteral("   ") + caption);
+  if (command != nullptr) item->setIcon(IconOf(*command));
+  item->setData(kPathRole, ToQt(path));
+  item->setToolTip(ToQt(path));
+  return item;
+}
+
+}  // namespace
+
+HistoryPanel::HistoryPanel(HistoryFiles files, QWidget* parent)
+    : QDockWidget(QStringLiteral("Orlinth's Tools: History"), parent), files_(std::move(files)) {
+  setObjectName(QStringLiteral("OrlinthsHistory"));
+  auto* content = new QWidget(this);
+  auto* grid = new QGridLayout(content);
+  list_ = new QListWidget(content);
+  list_->setObjectName(QStringLiteral("runs"));
+  grid->addWidget(list_, 0, 0, 1, 3);
+  int column = 0;
+  const auto add = [&](const char* name, const QString& text, const QString& tip,
+                       void (HistoryPanel::*use)()) {
+    auto* button = new QPushButton(text, content);
+    button->setObjectName(QString::fromLatin1(name));
+    button->setToolTip(tip);
+    button->setEnabled(false);
+    connect(button, &QPushButton::clicked, this, use);
+    connect(list_, &QListWidget::itemSelectionChanged, button,
+            [this, button] { button->setEnabled(!list_->selectedItems().isEmpty()); });
+    grid->addWidget(button, 1, column++);
+  };
+  add("again", QStringLiteral("Run again"),
+      QStringLiteral("Opens the dialog filled in as it was for this run"), &HistoryPanel::RunAgain);
+  add("save", QStringLiteral("Save as session..."),
+      QStringLiteral("Keeps the run as a session file that the command line can play"),
+      &HistoryPanel::SaveAs);
+  add("copy", QStringLiteral("Copy command line"),
+      QStringLiteral("Copies the command that does the same in a terminal"),
+      &HistoryPanel::CopyCommandLine);
+  connect(list_, &QListWidget::itemDoubleClicked, this, &HistoryPanel::RunAgain);
+  setWidget(content);
+  ShowRuns();
+}
+
+void HistoryPanel::Keep(const Session& session) {
+  // A history that cannot be written must not spoil the run that it tells of.
+  Quietly([&] { files_.Keep(session); });
+  ShowRuns();
+}
+
+void HistoryPanel::ShowRuns() {
+  list_->clear();
+  for (const std::string& path : files_.Newest()) list_->addItem(ItemFor(path));
+}
+
+std::string HistoryPanel::Chosen() const {
+  const auto items = list_->selectedItems();
+  return items.isEmpty() ? std::string() : FromQt(items.constFirst()->data(kPathRole).toString());
+}
+
+void HistoryPanel::WithChosen(
+    const std::function<void(const Session&, const std::string& path)>& use) {
+  const std::string path = Chosen();
+  if (path.empty()) return;
+  const auto failure = FailureOf([&] {
+    WrittenPaths written;
+    use(ReadSession(path, written), path);
+  });
+  if (failure) QMessageBox::warning(this, windowTitle(), ToQtLines(failure->Description()));
+}
+
+void HistoryPanel::RunAgain() {
+  WithChosen([this](const Session& session, const std::string&) {
+    if (onRunAgain) onRunAgain(session);
+  });
+}
+
+void HistoryPanel::SaveAs() {
+  WithChosen([this](const Session& session, const std::string& path) {
+    const QString proposed = QStringLiteral("%1.json").arg(ToQt(KeptRunOf(path).className));
+    const QString chosen =
+        QFileDialog::getSaveFileName(this, QStringLiteral("Save as session"), proposed,
+                                     QStringLiteral("Session files (*.json)"));
+    if (!chosen.isEmpty()) WriteSession(session, FromQt(chosen));
+  });
+}
+
+void HistoryPanel::CopyCommandLine() {
+  WithChosen([](const Session& session, const std::string& path) {
+    QApplication::clipboard()->setText(ToQt(CommandLineText(session, path)));
+  });
+}
+
+}  // namespace orlinths

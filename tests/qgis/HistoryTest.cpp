@@ -1,0 +1,164 @@
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTimer>
+
+#include "component/Component.h"
+#include "host/Commands.h"
+#include "qgis/HistoryPanel.h"
+#include "qgis/Refill.h"
+#include "qgis/Text.h"
+#include "qgis/WindowHost.h"
+#include "runtime/Files.h"
+#include "session/SessionFile.h"
+#include "support/TempFolder.h"
+
+namespace orlinths {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+
+Session RunAt(std::int64_t clock, const char* className = "clsRndPnt") {
+  Session session;
+  session.clock = clock;
+  session.steps = {{steps::Click{className}, 0}, {steps::Press{"btnOK", {}}, 0}};
+  return session;
+}
+
+TEST(HistoryFiles, GivesTheNewestFirstAndWhatTheyWere) {
+  const TempFolder folder;
+  HistoryFiles history(folder / "a/b");
+  EXPECT_THAT(history.Newest(), IsEmpty());
+  history.Keep(RunAt(3600 * kSecond, "clsKernel"));
+  history.Keep(RunAt(7200 * kSecond));
+  const auto paths = history.Newest();
+  ASSERT_EQ(paths.size(), 2U);
+  EXPECT_EQ(KeptRunOf(paths[0]).when, "1970-01-01 02:00:00");
+  EXPECT_EQ(KeptRunOf(paths[0]).className, "clsRndPnt");
+  EXPECT_EQ(KeptRunOf(paths[1]).className, "clsKernel");
+  WrittenPaths written;
+  EXPECT_EQ(ReadSession(paths[1], written), RunAt(3600 * kSecond, "clsKernel"));
+}
+
+TEST(HistoryFiles, KeepsTwoRunsOfOneTick) {
+  const TempFolder folder;
+  HistoryFiles history(folder.Path());
+  for (int i = 0; i < 3; ++i) history.Keep(RunAt(kSecond));
+  const auto paths = history.Newest();
+  ASSERT_EQ(paths.size(), 3U);
+  for (const std::string& path : paths) EXPECT_EQ(KeptRunOf(path).className, "clsRndPnt");
+}
+
+TEST(HistoryFiles, LetsTheOldestGo) {
+  const TempFolder folder;
+  HistoryFiles history(folder.Path());
+  const auto most = static_cast<std::int64_t>(HistoryFiles::kMost);
+  for (std::int64_t i = 0; i < most + 3; ++i) history.Keep(RunAt(i * kSecond));
+  const auto paths = history.Newest();
+  ASSERT_EQ(paths.size(), HistoryFiles::kMost);
+  EXPECT_EQ(KeptRunOf(paths.back()).when, "1970-01-01 00:00:03");
+}
+
+TEST(HistoryPanel, ShowsRunsAndCopiesTheCommandLine) {
+  RegisterTools();
+  const TempFolder folder;
+  HistoryPanel panel(HistoryFiles(folder.Path()), nullptr);
+  auto* list = panel.findChild<QListWidget*>();
+  auto* copy = panel.findChild<QPushButton*>(QStringLiteral("copy"));
+  ASSERT_NE(copy, nullptr);
+  EXPECT_FALSE(copy->isEnabled());
+  panel.Keep(RunAt(kSecond));
+  ASSERT_EQ(list->count(), 1);
+  EXPECT_EQ(list->item(0)->text(), QStringLiteral("1970-01-01 00:00:01   Generate Random Points"));
+  list->setCurrentRow(0);
+  EXPECT_TRUE(copy->isEnabled());
+  copy->click();
+  EXPECT_EQ(QApplication::clipboard()->text(),
+            QStringLiteral("orlinths run clsRndPnt --clock 1970-01-01T00:00:01.000000000"));
+  std::vector<Session> again;
+  panel.onRunAgain = [&](const Session& session) { again.push_back(session); };
+  panel.findChild<QPushButton*>(QStringLiteral("again"))->click();
+  EXPECT_THAT(again, ElementsAre(RunAt(kSecond)));
+}
+
+class frmTrial : public Dialog {
+ public:
+  frmTrial() : Dialog("frmTrial", "Trial") {
+    txtName = Add<TextBox>("txtName", "Name:");
+    txtOut = Add<TextBox>("txtOut", "Output:");
+    btnOut = Add<Button>("btnOut", "...");
+    txtOut->picker = btnOut;
+    AddOkButton()->OnClick = [this] { ++runs; };
+    btnOut->OnClick = [this] {
+      IDialogHost::Question question;
+      IDialogHost::Choice choice;
+      if (DialogHost().Pick(question, choice)) txtOut->text = choice.FullName();
+    };
+  }
+  TextBox *txtName, *txtOut;
+  Button* btnOut;
+  int runs = 0;
+};
+
+class RefillTest : public ::testing::Test {
+ protected:
+  RefillTest() : before_(SetDialogHost(&host)) {
+    WriteBytes(folder / "old.shp", "x");
+    session.steps = {{steps::Click{"clsRndPnt"}, 0},
+                     {steps::Set{"txtName", "oak"}, 0},
+                     {steps::Set{"cmbGone", "x"}, 0},
+                     {steps::Press{"btnOut", steps::Pick{folder / "old.shp"}}, 0},
+                     {steps::Press{"btnOK", {}}, 0},
+                     {steps::Set{"txtName", "later"}, 0}};
+  }
+  ~RefillTest() override { SetDialogHost(before_); }
+  QStringList RefillWith(bool mayReplace) {
+    QStringList wrongs;
+    host.onNextReady = [&](Dialog& ready) {
+      wrongs = Refill(ready, session, host, [&](const std::string& path) {
+        EXPECT_EQ(path, folder / "old.shp");
+        return mayReplace;
+      });
+      name = dialog.txtName->text();
+      output = dialog.txtOut->text();
+      ready.Unload();
+    };
+    dialog.ShowModal();
+    return wrongs;
+  }
+
+  WindowHost host{nullptr};
+  TempFolder folder;
+  frmTrial dialog;
+  Session session;
+  std::string name, output;
+
+ private:
+  IDialogHost* before_;
+};
+
+TEST_F(RefillTest, FillsInWhatWasSetAndLeavesTheRunToTheUser) {
+  const QStringList wrongs = RefillWith(true);
+  EXPECT_EQ(name, "oak");
+  EXPECT_EQ(output, folder / "old.shp");
+  EXPECT_EQ(dialog.runs, 0);
+  ASSERT_EQ(wrongs.size(), 1);
+  EXPECT_THAT(FromQt(wrongs[0]), HasSubstr("cmbGone"));
+}
+
+TEST_F(RefillTest, TakesNoOutputThatIsToStay) {
+  RefillWith(false);
+  EXPECT_EQ(name, "oak");
+  EXPECT_EQ(output, "");
+  EXPECT_TRUE(files::FileExists(folder / "old.shp"));
+}
+
+}  // namespace
+}  // namespace orlinths
