@@ -145,7 +145,7 @@ std::vector<double> Column(const std::string& name, const std::string& column) {
 
 void RewriteTable(IFeatureClass& fixes) {
   const int field = AddNewField("X", fixes, FieldType::kDouble, 16);
-  const CursorPtr rows = fixes.Update(ShapeAlone());
+  const CursorPtr rows = fixes.Update(ShapesOnly());
   while (IRow* row = rows->Next()) {
     row->SetDouble(field, row->Point().x);
     rows->UpdateRow(*row);

@@ -2,6 +2,8 @@
 #include "data/FieldsAndDatasets.h"
 #include "runtime/Trap.h"
 
+#include <algorithm>
+
 namespace orlinths {
 namespace {
 
@@ -90,6 +92,15 @@ Field MakeField(const std::string& name, FieldType type, int length, bool requir
   field.editable = editable;
   if (precision != 0) field.precision = precision;
   return field;
+}
+
+int LengthToHold(const Field& source, std::size_t longestText) {
+  constexpr int kDefaultText = 50;  // of a field that is added without a length
+  constexpr std::size_t kLongestText = 254;
+  if (source.type != FieldType::kText) return source.length;
+  const int own = source.length > 0 ? source.length : kDefaultText;
+  const int needed = static_cast<int>(std::min(longestText, kLongestText));
+  return needed <= own ? source.length : needed;
 }
 
 Fields MakeShapeFields(GeometryType type, bool hasM, bool hasZ, SpatialReferencePtr reference) {

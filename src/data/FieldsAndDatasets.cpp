@@ -19,12 +19,6 @@ void DeleteWithoutForce(const std::string& path) {
   files::DeleteFile(path);
 }
 
-void DeleteAllOfBaseName(const std::string& folder, const std::string& name) {
-  for (const std::string& file : files::NamesIn(folder))
-    if (file.starts_with(name + ".") && files::FileExists(JoinPath(folder, file)))
-      files::DeleteFile(JoinPath(folder, file));
-}
-
 /// The files that every triangulated surface consists of: the nodes, their places and heights.
 bool IsTin(const std::string& folder) {
   const std::vector<std::string> names = files::NamesIn(folder);
@@ -105,6 +99,12 @@ TablePtr createDBF(const std::string& name, const std::string& folder, bool over
     table = CreateTable(folder, name, *fields);
   });
   return table;
+}
+
+void DeleteAllOfBaseName(const std::string& folder, const std::string& name) {
+  for (const std::string& file : files::NamesIn(folder))
+    if (file.starts_with(name + ".") && files::FileExists(JoinPath(folder, file)))
+      files::DeleteFile(JoinPath(folder, file));
 }
 
 FeatureClassPtr OpenShapefile(const std::string& folder, const std::string& name) {

@@ -2,6 +2,7 @@
 // folder and name.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -41,6 +42,9 @@ int AddNewField(const std::string& name, ITable& table, FieldType type,
 /// A field not yet added. Precision is set only if it is not 0.
 Field MakeField(const std::string& name, FieldType type, int length, bool required, bool editable,
                 int precision = 0);
+/// The length of a new field for the values of `source`, the longest text among them having so many bytes: the source's own, or
+/// more, up to what dBASE holds, where the texts need more. They may: their own table may have another encoding, or no length.
+int LengthToHold(const Field& source, std::size_t longestText);
 /// The two fields of a new feature class: `OID` and `Shape`.
 Fields MakeShapeFields(GeometryType type, bool hasM, bool hasZ, SpatialReferencePtr reference);
 
@@ -56,6 +60,9 @@ FeatureClassPtr CreateShapefile(const std::string& folder, const std::string& na
 /// `ID`, which is handed back.
 TablePtr createDBF(const std::string& name, const std::string& folder, bool overwrite,
                    std::optional<Fields>& fields);
+
+/// Deletes every file `name`.* of the folder, whatever its extension; there may be none.
+void DeleteAllOfBaseName(const std::string& folder, const std::string& name);
 
 /// The shapefile of that name (without extension), or nothing, silently.
 FeatureClassPtr OpenShapefile(const std::string& folder, const std::string& name);

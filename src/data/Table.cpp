@@ -49,6 +49,12 @@ const T& Typed(const Geometry& shape) {
 
 }  // namespace
 
+QueryFilter ShapesOnly() {
+  QueryFilter filter;
+  filter.onlyFields.emplace();
+  return filter;
+}
+
 const Point& IRow::Point() const { return Typed<orlinths::Point>(Shape()); }
 const Polyline& IRow::Line() const { return Typed<Polyline>(Shape()); }
 const Polygon& IRow::Polygon() const { return Typed<orlinths::Polygon>(Shape()); }

@@ -32,6 +32,9 @@ struct QueryFilter {
   bool withShape = true;
 };
 
+/// For a walk that reads nothing of a row but its shape.
+QueryFilter ShapesOnly();
+
 /// One row. A row of a class with geometry has a shape; on a plain table every question about it raises error 91.
 /// Field indexes are those of the table's `Fields()`; an index outside raises error 9.
 class IRow {

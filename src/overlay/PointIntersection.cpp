@@ -37,10 +37,4 @@ std::string AskForFieldName(const std::string& layerName) {
 
 std::string UpToFirstPoint(const std::string& text) { return text.substr(0, text.find('.')); }
 
-QueryFilter ShapeAlone() {
-  QueryFilter filter;
-  filter.onlyFields.emplace();
-  return filter;
-}
-
 }  // namespace orlinths

@@ -40,7 +40,4 @@ std::string AskForFieldName(const std::string& layerName);
 /// What stands before the first point.
 std::string UpToFirstPoint(const std::string& text);
 
-/// Reads nothing of a row but its shape.
-QueryFilter ShapeAlone();
-
 }  // namespace orlinths

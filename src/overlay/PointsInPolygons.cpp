@@ -14,8 +14,6 @@ namespace orlinths {
 namespace {
 
 constexpr double kNull = std::numeric_limits<double>::quiet_NaN();
-constexpr int kDefaultText = 50;  // characters of a text field that is added without a length
-constexpr int kLongestText = 254;
 
 /// The fields to copy, as indexes in the polygon class.
 std::vector<int> SourceFields(const IFeatureClass& polygons,
@@ -80,12 +78,12 @@ class PolygonValues {
   }
 
   /// Bytes of the longest text of a column.
-  int LongestText(std::size_t column) const {
+  std::size_t LongestText(std::size_t column) const {
     std::size_t longest = 0;
     for (const Value& value : columns_[column].values)
       if (const std::string* text = value.As<std::string>())
         longest = std::max(longest, text->size());
-    return static_cast<int>(std::min<std::size_t>(longest, std::numeric_limits<int>::max()));
+    return longest;
   }
 
  private:
@@ -121,14 +119,6 @@ bool Clashes(const std::string& name, const Fields& fields) {
   return name.empty() || FieldExists(name, fields);
 }
 
-/// The same text may need more bytes in the points' table than in its own, and some formats set no
-/// length at all: as long as the longest text, where that is more than the source's length.
-int TargetLength(const Field& source, int longestText) {
-  if (source.type != FieldType::kText) return source.length;
-  const int own = source.length > 0 ? source.length : kDefaultText;
-  return longestText <= own ? source.length : std::max(own, std::min(longestText, kLongestText));
-}
-
 /// Adds the field of each source, in order, and gives their indexes in the points' class: fewer
 /// than there are sources when a name is taken twice.
 std::vector<int> AddTargets(IFeatureClass& points, const IFeatureLayer& layer,
@@ -143,7 +133,7 @@ std::vector<int> AddTargets(IFeatureClass& points, const IFeatureLayer& layer,
       if (Clashes(CleanFileName(typed), points.Fields())) break;
       name = UpToFirstPoint(typed);
     }
-    points.AddField(MakeField(name, source.type, TargetLength(source, values.LongestText(i)), false,
+    points.AddField(MakeField(name, source.type, LengthToHold(source, values.LongestText(i)), false,
                               true, source.precision));
     report.Line("Added field " + name);
     targets.push_back(points.FindField(name));
@@ -156,7 +146,7 @@ PointTally CopyUnderPoints(IFeatureClass& points, const IFeatureClass& polygons,
                            Steps& steps) {
   PointTally tally;
   std::vector<Oid> found;
-  const auto rows = points.Update(ShapeAlone());
+  const auto rows = points.Update(ShapesOnly());
   while (IFeature* feature = rows->Next()) {
     ++tally.processed;
     steps.Next();

@@ -121,7 +121,7 @@ PointTally FillField(IFeatureClass& points, int field, const IRasterProps& props
   const double outside = props.noDataValue.value_or(kNothing);
 
   PointTally tally;
-  const auto rows = points.Update(ShapeAlone());
+  const auto rows = points.Update(ShapesOnly());
   while (IFeature* feature = rows->Next()) {
     ++tally.processed;
     steps.Next();

@@ -2,9 +2,9 @@
 
 #include "data/FieldsAndDatasets.h"
 #include "data/MapAccess.h"
+#include "host/MeasureField.h"
 #include "runtime/Ports.h"
 #include "runtime/Value.h"
-#include "tables/MeasureField.h"
 
 #include <string_view>
 
@@ -142,24 +142,6 @@ void frmAddArea::AddAreaPerim() {
     MessageBox("Processing complete.", kInformation, "Status");
     Unload();
   });
-}
-
-bool TableAddArea(IFeatureClass& polygons, const std::string& name, double constant,
-                  bool showProgress) {
-  static constexpr ShapeMeasure kArea = {
-      .label = "TableAddArea: ",
-      .progress = "Calculating areas...",
-      .of = [](const IFeature& feature) { return feature.Polygon().Area(); }};
-  return ReplaceByMeasure(polygons, name, kArea, constant, showProgress);
-}
-
-bool TableAddPerim(IFeatureClass& polygons, const std::string& name, double constant,
-                   bool showProgress) {
-  static constexpr ShapeMeasure kPerimeter = {
-      .label = "TableAddPerim: ",
-      .progress = "Calculating perimeters...",
-      .of = [](const IFeature& feature) { return feature.Polygon().Length(); }};
-  return ReplaceByMeasure(polygons, name, kPerimeter, constant, showProgress);
 }
 
 }  // namespace orlinths

@@ -9,15 +9,6 @@
 
 namespace orlinths {
 
-/// Replaces the field `name` by a new one with the area of every polygon, in squared map units
-/// times `constant`. Signed: clockwise rings count positive, so holes subtract. True when every row
-/// was written; see `ReplaceByMeasure` for failures and cost.
-bool TableAddArea(IFeatureClass& polygons, const std::string& name, double constant,
-                  bool showProgress);
-/// The same with the length of all rings, holes included, in map units times `constant`.
-bool TableAddPerim(IFeatureClass& polygons, const std::string& name, double constant,
-                   bool showProgress);
-
 class frmAddArea : public Dialog {
  public:
   frmAddArea();

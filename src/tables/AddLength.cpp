@@ -2,8 +2,8 @@
 
 #include "data/FieldsAndDatasets.h"
 #include "data/MapAccess.h"
+#include "host/MeasureField.h"
 #include "runtime/Ports.h"
-#include "tables/MeasureField.h"
 
 namespace orlinths {
 

@@ -4,12 +4,12 @@
 
 #include "data/FieldsAndDatasets.h"
 #include "data/MapAccess.h"
+#include "host/MeasureField.h"
 #include "host/Steps.h"
 #include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"
 #include "runtime/Value.h"
-#include "tables/MeasureField.h"
 
 namespace orlinths {
 

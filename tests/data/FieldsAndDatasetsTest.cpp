@@ -115,6 +115,18 @@ TEST(MakeFieldTest, SetsWhatItIsGiven) {
   EXPECT_EQ(MakeField("X", FieldType::kDouble, 16, false, true).precision, 0);
 }
 
+TEST(LengthToHoldTest, IsTheSourcesOwnWhereThatIsEnough) {
+  const Field name{.name = "N", .type = FieldType::kText, .length = 12};
+  EXPECT_EQ(LengthToHold(name, 0), 12);
+  EXPECT_EQ(LengthToHold(name, 12), 12);
+  EXPECT_EQ(LengthToHold(name, 13), 13);
+  EXPECT_EQ(LengthToHold(name, 300), 254);
+  const Field unlimited{.name = "U", .type = FieldType::kText, .length = 0};
+  EXPECT_EQ(LengthToHold(unlimited, 50), 0);
+  EXPECT_EQ(LengthToHold(unlimited, 51), 51);
+  EXPECT_EQ(LengthToHold({.name = "I", .type = FieldType::kInteger, .length = 9}, 99), 9);
+}
+
 TEST(MakeShapeFieldsTest, GivesObjectIdAndShape) {
   const auto reference = std::make_shared<NamedReference>(2169);
   const Fields fields = MakeShapeFields(GeometryType::kPolyline, true, false, reference);
@@ -218,6 +230,14 @@ TEST_F(Datasets, CreateShapefileWithOverwriteRemovesEveryFileOfThatBaseName) {
   EXPECT_EQ(Files(),
             (Texts{"OLD.dbf", "old", "old.cpg", "old.dbf", "old.shp", "old.shx", "older.shp"}));
   EXPECT_EQ(messages.Text(), Texts{});
+}
+
+TEST_F(Datasets, DeleteAllOfBaseNameLeavesLongerNamesAlone) {
+  for (const char* name : {"a.shp", "a.shp.xml", "a.anything", "ab.shp", "a"})
+    WriteBytes(folder / name, "x");
+  DeleteAllOfBaseName(folder.Path(), "a");
+  EXPECT_EQ(Files(), (Texts{"a", "ab.shp"}));
+  DeleteAllOfBaseName(folder.Path(), "a");
 }
 
 TEST_F(Datasets, CreateShapefileReplacesOneThatIsOpen) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "host/MeasureField.h"
 #include "support/Seeded.h"
 #include "tables/AddAreaMeadows.h"
 

@@ -1,4 +1,4 @@
-#include "tables/MeasureField.h"
+#include "host/MeasureField.h"
 
 #include <cmath>
 
@@ -33,10 +33,22 @@ bool ReplaceByMeasure(IFeatureClass& shapes, const std::string& name, const Shap
   });
 }
 
-QueryFilter ShapesOnly() {
-  QueryFilter filter;
-  filter.onlyFields.emplace();
-  return filter;
+bool TableAddArea(IFeatureClass& polygons, const std::string& name, double constant,
+                  bool showProgress) {
+  static constexpr ShapeMeasure kArea = {
+      .label = "TableAddArea: ",
+      .progress = "Calculating areas...",
+      .of = [](const IFeature& feature) { return feature.Polygon().Area(); }};
+  return ReplaceByMeasure(polygons, name, kArea, constant, showProgress);
+}
+
+bool TableAddPerim(IFeatureClass& polygons, const std::string& name, double constant,
+                   bool showProgress) {
+  static constexpr ShapeMeasure kPerimeter = {
+      .label = "TableAddPerim: ",
+      .progress = "Calculating perimeters...",
+      .of = [](const IFeature& feature) { return feature.Polygon().Length(); }};
+  return ReplaceByMeasure(polygons, name, kPerimeter, constant, showProgress);
 }
 
 void WarnOfProblem(const std::string& problem) {

@@ -1,5 +1,5 @@
-// A field that holds one measure of every shape of a class: what the area, perimeter and length
-// tools have in common.
+// A field that holds one measure of every shape of a class: area, perimeter, and what other tools
+// bring.
 #pragma once
 
 #include <string>
@@ -25,8 +25,14 @@ struct ShapeMeasure {
 bool ReplaceByMeasure(IFeatureClass& shapes, const std::string& name, const ShapeMeasure& measure,
                       double constant, bool showProgress);
 
-/// What these tools read of a row: nothing but its shape.
-QueryFilter ShapesOnly();
+/// Replaces the field `name` by a new one with the area of every polygon, in squared map units
+/// times `constant`. Signed: clockwise rings count positive, so holes subtract. True when every row
+/// was written; see `ReplaceByMeasure` for failures and cost.
+bool TableAddArea(IFeatureClass& polygons, const std::string& name, double constant,
+                  bool showProgress);
+/// The same with the length of all rings, holes included, in map units times `constant`.
+bool TableAddPerim(IFeatureClass& polygons, const std::string& name, double constant,
+                   bool showProgress);
 
 /// What a tool says when its routine has failed, `problem` being the first line.
 void WarnOfProblem(const std::string& problem);
