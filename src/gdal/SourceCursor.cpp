@@ -216,8 +216,9 @@ SourceCursor::~SourceCursor() {
   std::erase(source_.cursors_, this);
   row_.feature_.reset();  // before the reader that made it
   for (OGRFeatureUniquePtr& feature : ahead_) feature.reset();
-  if (reader_) source_.GiveBack(std::move(reader_));
-  if (writable_) Quietly([&] { source_.EndUpdate(); });
+  // A reader that cannot be kept for the next cursor is closed.
+  if (reader_) Quietly([this] { source_.GiveBack(std::move(reader_)); });
+  if (writable_) Quietly([this] { source_.EndUpdate(); });
 }
 
 void SourceCursor::Attach() {

@@ -9,6 +9,7 @@
 #include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"
+#include "support/Faults.h"
 #include "support/Seeded.h"
 #include "support/TempFolder.h"
 #include "support/Wkt.h"
@@ -60,6 +61,20 @@ class CursorTest : public ::testing::Test {
   }
   TempFolder folder;
 };
+
+TEST_F(CursorTest, GoesWithoutAFailureWhateverAllocationFails) {
+  bool struck = true;
+  for (int nth = 1; struck; ++nth) {
+    const FeatureClassPtr points = Points(3, "points" + std::to_string(nth));
+    const Fault fault(FaultKind::kOwnAllocation, nth);
+    Quietly([&] {
+      const CursorPtr rows = points->Search();
+      while (rows->Next() != nullptr) {
+      }
+    });
+    struck = fault.HasStruck();
+  }
+}
 
 TEST_F(CursorTest, SeveralWalkOneClassAtOnce) {
   const FeatureClassPtr points = Points(5);
