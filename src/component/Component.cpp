@@ -6,7 +6,9 @@
 #include "kernel/BatchKernel.h"
 #include "kernel/KernelEstimator.h"
 #include "kernel/PercentVolumeContours.h"
+#include "movement/ConvexPolygons.h"
 #include "movement/LocationsToPaths.h"
+#include "movement/MovementParameters.h"
 #include "overlay/IntersectPoints.h"
 #include "raster/ZonalStats.h"
 #include "sampling/RandomPoints.h"
@@ -37,6 +39,8 @@ constexpr Tool kTools[] = {
     {"frmBatchKernel", Make<frmBatchKernel>},
     {"frmKernel", Make<frmKernel>},
     {"frmLocsToPath", Make<frmLocsToPath>},
+    {"frmMCP", Make<frmMCP>},
+    {"frmMoveParamsSimple", Make<frmMoveParamsSimple>},
     {"frmZonalStats", Make<frmZonalStats>},
     {"frmRandomPoints", Make<frmRandomPoints>},
     {"frmAddArea", Make<frmAddArea>},
