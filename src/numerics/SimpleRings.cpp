@@ -29,7 +29,7 @@ int SureSide(const Coord& a, const Coord& b, const Coord& p) {
 struct Segment {
   Coord from, to;
   double xMin, xMax, yMin, yMax;
-  std::int64_t before, place;  ///< the segment's place in the order of all, and its predecessor's
+  std::int64_t before, place;  ///< in the order of all: its predecessor's place, and its own
 };
 
 bool LieOnOneSide(const Segment& line, const Segment& other) {
