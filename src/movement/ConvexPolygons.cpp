@@ -136,20 +136,23 @@ void frmMCP::CreatePolygons() {
   std::string at = "A";
   Run("MCP: ", at, [&] {
     if (IsRefused()) return;
+    // Whatever the user chooses in the meantime, the run keeps to what it began with.
+    const auto layer = layer_;
+    const OutputChoice output = output_;
     FeatureClassPtr copy;
     if (chkUseSelected->value || chkZero->value) copy = CopyPoints(at);
-    const IFeatureClass& input = NotNothing(layer_.get()).FeatureClass();
+    const IFeatureClass& input = NotNothing(layer.get()).FeatureClass();
     const IFeatureClass& points = copy ? *copy : input;
 
     at = "G";
     SpatialReferencePtr reference = input.SpatialReference();
     const FeatureClassPtr polygons = CreateShapefile(
-        output_.folder, output_.name, GeometryType::kPolygon, false, false, reference, false);
+        output.folder, output.name, GeometryType::kPolygon, false, false, reference, false);
     if (!polygons) return;
     Status("Processing...");
     at = "H";
     if (chkMany->value) {
-      MakeMany(points, *polygons);
+      MakeMany(points, input, output.folder, *polygons);
     } else if (!MakeOne(points, *polygons)) {
       return;
     }
@@ -157,8 +160,8 @@ void frmMCP::CreatePolygons() {
     TableAddArea(*polygons, "AREA", 1, true);
     TableAddPerim(*polygons, "PERIM", 1, true);
     at = "J";
-    AddLayerToMap(polygons, output_.name);
-    if (std::exchange(copy, nullptr)) DeleteAllOfBaseName(output_.folder, kRunPoints);
+    AddLayerToMap(polygons, output.name);
+    if (std::exchange(copy, nullptr)) DeleteAllOfBaseName(output.folder, kRunPoints);
     layer_.reset();
     MessageBox("Processing complete.", kInformation, "Status");
     Unload();
@@ -234,7 +237,8 @@ bool frmMCP::MakeOne(const IFeatureClass& points, IFeatureClass& polygons) {
   return true;
 }
 
-void frmMCP::MakeMany(const IFeatureClass& points, IFeatureClass& polygons) {
+void frmMCP::MakeMany(const IFeatureClass& points, const IFeatureClass& input,
+                      const std::string& folder, IFeatureClass& polygons) {
   constexpr std::size_t kGroupsBetweenYields = 64;
   const PointGroups groups = PointGroups::ByValue(points, points.FindField(cmbUV->text()));
   PBar->min = 0;
@@ -251,11 +255,11 @@ void frmMCP::MakeMany(const IFeatureClass& points, IFeatureClass& polygons) {
     if (places.size() < kFewestPoints) continue;
 
     if (std::exchange(isFirst, false)) {
-      CheckNotInUse(output_.folder, kGroupPoints, layer_->FeatureClass());
-      CheckNotInUse(output_.folder, kGroupPoints, polygons);
-      DeleteAllOfBaseName(output_.folder, kGroupPoints);
+      CheckNotInUse(folder, kGroupPoints, input);
+      CheckNotInUse(folder, kGroupPoints, polygons);
+      DeleteAllOfBaseName(folder, kGroupPoints);
     }
-    GroupAtWork group(output_.folder, polygons, places);
+    GroupAtWork group(folder, polygons, places);
     const std::optional<Polygon> polygon = CreateMCPPoly(places);
     CheckStop();
     row->SetShape(NotNothing(polygon));

@@ -27,7 +27,9 @@ class frmMCP : public Dialog {
   int AddGroupField(IFeatureClass& target, std::size_t longestText) const;
   /// False when the run is over: too few points.
   bool MakeOne(const IFeatureClass& points, IFeatureClass& polygons);
-  void MakeMany(const IFeatureClass& points, IFeatureClass& polygons);
+  /// `input` is what the points come from, `folder` that of the polygons.
+  void MakeMany(const IFeatureClass& points, const IFeatureClass& input, const std::string& folder,
+                IFeatureClass& polygons);
 
   ComboBox* cmbPL;
   CheckBox *chkUseSelected, *chkMany;

@@ -4,7 +4,9 @@
 
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <limits>
+#include <utility>
 
 #include "movement/ConvexPolygonsTest.h"
 #include "runtime/Ports.h"
@@ -149,23 +151,25 @@ TEST_F(ConvexPolygonsFailuresTest, ALineFromSouthToNorthIsADegeneratePolygon) {
   EXPECT_THAT(Table("out").Numbers("PERIM"), ElementsAre(6));
 }
 
-// ---- Stops
+// ---- What happens at a yield
 
-/// Asks for a stop at the n-th yield from now on.
-class StopAtYield {
+/// Does something at the n-th yield from now on; a stop, if nothing else.
+class AtYield {
  public:
-  explicit StopAtYield(int nth) {
+  explicit AtYield(int nth, std::function<void()> act = RequestStop) {
     Ports ports = SetPorts({});
     before_ = ports;
-    ports.yield = [left = nth]() mutable {
-      if (--left == 0) RequestStop();
+    ports.yield = [left = nth, act = std::move(act)]() mutable {
+      if (--left == 0) act();
     };
     SetPorts(ports);
   }
-  ~StopAtYield() {
+  ~AtYield() {
     ClearStop();
     SetPorts(before_);
   }
+  AtYield(const AtYield&) = delete;
+  AtYield& operator=(const AtYield&) = delete;
 
  private:
   Ports before_;
@@ -184,7 +188,7 @@ TEST_F(ConvexPolygonsFailuresTest, AStopOnTheWayAroundAGroupLeavesWhatAFailureLe
   GroupBy("ANIMAL");
   Tick("chkZero", true);
   {
-    const StopAtYield stop(2);  // the first is that between the groups
+    const AtYield stop(2);  // the first is that between the groups
     Press("btnOK");
     EXPECT_TRUE(StopRequested());
   }
@@ -197,12 +201,37 @@ TEST_F(ConvexPolygonsFailuresTest, AStopOnTheWayAroundAGroupLeavesWhatAFailureLe
   EXPECT_THAT(Table("out").Numbers("ANIMAL"), ElementsAre(1));
 }
 
+TEST_F(ConvexPolygonsFailuresTest, ARunKeepsToTheLayerAndTheOutputThatItBeganWith) {
+  AddLayer("fixes.shp", FixesOf(RoundTrips()));
+  AddLayer("tmp_uvmcp.shp", FixesOf({}));
+  std::filesystem::create_directory(Path("here"));
+  std::filesystem::create_directory(Path("there"));
+  Open<frmMCP>();
+  Set("cmbPL", "fixes");
+  Pick("here/out.shp");
+  GroupBy("ANIMAL");
+  Tick("chkZero", true);
+  {
+    const AtYield choose(1, [&] {
+      Pick("there/other.shp");
+      Set("cmbPL", "tmp_uvmcp");
+    });
+    Press("btnOK");
+  }
+  EXPECT_THAT(said(), ElementsAre(kComplete));
+  EXPECT_THAT(host_.addedLayers, ElementsAre("out"));
+  EXPECT_THAT(Table("here/out").Numbers("ANIMAL"), ElementsAre(1, 2));
+  EXPECT_TRUE(std::filesystem::is_empty(Path("there")));
+  for (const std::string& file : files::NamesIn(Path("here")))
+    EXPECT_TRUE(file.starts_with("out.")) << file;
+}
+
 TEST_F(ConvexPolygonsFailuresTest, AStopBetweenGroupsLeavesNoGroup) {
   AddLayer("fixes.shp", FixesOf(ThreeAnimals()));
   OpenOn("fixes");
   GroupBy("ANIMAL");
   {
-    const StopAtYield stop(1);
+    const AtYield stop(1);
     Press("btnOK");
   }
   EXPECT_THAT(said(), ElementsAre(Report("MCP: H\r18\rUser interrupt occurred")));
