@@ -35,6 +35,14 @@ std::uint64_t BitsOf(double number) {
   return std::bit_cast<std::uint64_t>(std::isnan(number) ? std::nan("") : number + 0.0);
 }
 
+/// Remembers so many keys; of others it says again and again that they are new, since a field of as
+/// many different values is sorted faster than it is looked up.
+template <class Key>
+bool AddIfNew(std::unordered_set<Key>& seen, const Key& key) {
+  constexpr std::size_t kMost = 1 << 16;
+  return seen.size() < kMost ? seen.insert(key).second : !seen.contains(key);
+}
+
 template <class T>
 const T& Typed(const Geometry& shape) {
   if (shape.IsEmpty()) throw RuntimeError(ErrorNumber::kObjectNotSet);
@@ -116,10 +124,10 @@ std::vector<Value> UniqueValues(ICursor& rows, int field) {
   // A `Value` is made for what is new, not for every row.
   const auto isNew = [&](const IRow& row) {
     const FieldType type = TypeOf(row, field);
-    if (type < FieldType::kText) return numbers.insert(BitsOf(row.GetDouble(field))).second;
+    if (type < FieldType::kText) return AddIfNew(numbers, BitsOf(row.GetDouble(field)));
     if (type != FieldType::kText) return true;
     row.GetText(field, text);
-    return texts.insert(text).second;
+    return AddIfNew(texts, text);
   };
   for (std::int64_t read = 1; const IRow* row = rows.Next(); ++read) {
     if (read % 4096 == 0) Yield();

@@ -173,7 +173,8 @@ using FeatureClassPtr = std::shared_ptr<IFeatureClass>;
 /// first failure is raised then.
 void CommitAllEdits();
 
-/// Values of one field over the rows of a cursor: ascending, each once, nulls left out. O(n + u log u) for u values.
+/// Values of one field over the rows of a cursor: ascending, each once, nulls left out. O(n log n), and O(n) where
+/// there are but a few thousand.
 std::vector<Value> UniqueValues(ICursor& rows, int field);
 
 /// OIDs of all rows sorted ascending by the given fields, first field first; stable; text compares by code point, null before

@@ -182,6 +182,16 @@ TEST_F(SortTest, UniqueValuesAreThoseOfASetOfValues) {
   EXPECT_EQ(UniqueValues(*table->Search(), 2), expected);
 }
 
+TEST_F(SortTest, UniqueValuesMayBeMoreThanAreRemembered) {
+  constexpr int kCount = 70'000;
+  std::vector<std::pair<int, std::string>> rows;
+  for (int i = 0; i < 2 * kCount; ++i) rows.emplace_back(i * 11 % kCount, "");
+  const std::vector<Value> values = UniqueValues(*Table(rows)->Search(), 1);
+  ASSERT_EQ(values.size(), std::size_t{kCount});
+  for (int i = 0; i < kCount; ++i)
+    ASSERT_EQ(values[static_cast<std::size_t>(i)], Value(std::int32_t{i}));
+}
+
 TEST_F(SortTest, IsStableAscendingAndByCodePoint) {
   const TablePtr table = Table({{2, "b"}, {1, "ä"}, {2, "B"}, {1, "z"}, {-5, ""}, {2, "b"}});
   EXPECT_EQ(SortedOids(*table, {"N"}), (Oids{4, 1, 3, 0, 2, 5}));
