@@ -135,6 +135,16 @@ class PageWidget : public Bound<TextBox, QPlainTextEdit> {
 
 // ---- Choices
 
+/// An icon for every item, or for none: a field that happens to be named like a layer is no layer.
+std::vector<QIcon> IconsOf(const std::vector<std::string>& items, const IWidgetHost& host) {
+  std::vector<QIcon> icons;
+  for (const std::string& item : items) {
+    icons.push_back(host.IconOf(item));
+    if (icons.back().isNull()) return std::vector<QIcon>(items.size());
+  }
+  return icons;
+}
+
 class ComboWidget : public Bound<ComboBox, QComboBox> {
  public:
   ComboWidget(ComboBox& control, IWidgetHost& host, QWidget* parent)
@@ -152,7 +162,8 @@ class ComboWidget : public Bound<ComboBox, QComboBox> {
     if (shown_ != model.Items()) {
       shown_ = model.Items();
       widget->clear();
-      for (const std::string& item : shown_) widget->addItem(host_.IconOf(item), ToQt(item));
+      const auto icons = IconsOf(shown_, host_);
+      for (std::size_t i = 0; i < shown_.size(); ++i) widget->addItem(icons[i], ToQt(shown_[i]));
     }
     widget->setCurrentIndex(model.ListIndex());
   }
@@ -175,8 +186,9 @@ class ListWidget : public Bound<ListBox, QListWidget> {
     if (shown_ != model.Items()) {
       shown_ = model.Items();
       widget->clear();
-      for (const std::string& item : shown_)
-        new QListWidgetItem(host_.IconOf(item), ToQt(item), widget);
+      const auto icons = IconsOf(shown_, host_);
+      for (std::size_t i = 0; i < shown_.size(); ++i)
+        new QListWidgetItem(icons[i], ToQt(shown_[i]), widget);
     }
     for (int i = 0; i < model.Count(); ++i)
       if (widget->item(i)->isSelected() != model.IsSelected(i))

@@ -35,10 +35,10 @@ void Toolbar::MakeActions() {
   for (const CommandInfo& command : AllCommands()) {
     auto* action = new QAction(IconOf(command), ToQtCaption(command.caption), qgis_.mainWindow());
     action->setObjectName(ToQt(ProgId(command.className)));
-    action->setToolTip(ToQt(command.tooltip));
     action->setStatusTip(ToQt(command.message));
     QObject::connect(action, &QAction::triggered, action, [this, &command] { clicked_(command); });
     qgis_.registerMainWindowAction(action, QString());  // shortcuts are the user's to give
+    action->setToolTip(ToQt(command.tooltip));          // afterwards: QGIS cuts what is in brackets
     actions_[command.className] = action;
   }
 }
@@ -83,12 +83,11 @@ void Toolbar::FillToolbar() {
       continue;
     }
     menu_ = MakeMenu(item.id, qgis_.mainWindow());
-    menu_->setIcon(QIcon(QStringLiteral(":/orlinths/icons/tools.svg")));
     auto* button = new QToolButton(toolbar_);
     button->setObjectName(menu_->objectName() + QStringLiteral("Button"));
     button->setMenu(menu_);
     button->setPopupMode(QToolButton::InstantPopup);
-    button->setIcon(menu_->icon());
+    button->setIcon(QIcon(QStringLiteral(":/orlinths/icons/tools.svg")));
     button->setText(menu_->title());
     button->setToolTip(menu_->title());
     button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);

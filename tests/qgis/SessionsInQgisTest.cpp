@@ -76,7 +76,7 @@ int PlayInQgis(const std::vector<std::string>& sessions, const std::string& even
                  std::string(ORLINTHS_PLUGINS) +
                  "\n\n[PythonPlugins]\nMetaSearch=false\ndb_manager=false\nprocessing=false\n"
                  "grassprovider=false\nsagaprovider=false\n\n[qgis]\ncheckVersion=false\n"
-                 "showTips=false\n");
+                 "showTips=false\n\n[app]\nprojections\\promptWhenMultipleTransformsExist=false\n");
   std::string list;
   for (const std::string& session : sessions) list += (list.empty() ? "" : ":") + session;
   std::string pictures;

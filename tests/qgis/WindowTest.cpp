@@ -184,6 +184,22 @@ TEST_F(WindowTest, CodeThatChangesAControlRepaintsItsWidgetAndFiresNothing) {
   });
 }
 
+TEST_F(WindowTest, IconsStandOnlyBesideItemsThatAllHaveOne) {
+  QPixmap picture(16, 16);
+  picture.fill(Qt::red);
+  host.iconOf = [&](const std::string& item) {
+    return item == "oddity" ? QIcon() : QIcon(picture);
+  };
+  While(dialog, [&] {
+    auto& combo = Of<QComboBox>(*dialog.cmbLayer);
+    EXPECT_FALSE(combo.itemIcon(0).isNull());
+    dialog.cmbLayer->AddItem("oddity");
+    QCoreApplication::processEvents();
+    EXPECT_EQ(combo.count(), 3);
+    EXPECT_TRUE(combo.itemIcon(0).isNull());
+  });
+}
+
 TEST_F(WindowTest, WhatIsDisabledOrHiddenInTheModelIsSoInTheWindow) {
   While(dialog, [&] {
     dialog.txtName->Enable(false);
