@@ -50,12 +50,12 @@ std::string frmBatchKernel::CleanPrefix() {
   return prefix;
 }
 
-std::optional<std::vector<std::int32_t>> frmBatchKernel::Identifiers(const IFeatureClass& points,
+std::optional<std::vector<std::int32_t>> frmBatchKernel::Identifiers(const IFeatureLayer& layer,
                                                                      int idField) const {
   QueryFilter what;
   what.onlyFields = {cmbUIDFLD->text()};
   what.withShape = false;
-  const auto values = GetUniqueValues(*points.Search(what), idField);
+  const auto values = GetUniqueValues(*layer.Search(what), idField);
   if (!values) return std::nullopt;
   std::vector<std::int32_t> ids;
   for (const Value& value : *values) ids.push_back(ToLong(value));
@@ -95,7 +95,7 @@ void frmBatchKernel::EstimateAll() {
     OpenRasterWorkspace(folder);  // a folder that is not there ends the run here
     KernelGrid grid;
     if (optFull->value) grid = KernelGridOver(layer->Extent(), h, cellSize);
-    const auto ids = Identifiers(features, idField);
+    const auto ids = Identifiers(*layer, idField);
     if (!ids) return Status("");
     if (std::ssize(*ids) - 1 > kHighestIndex) {
       MessageBox(
@@ -107,7 +107,7 @@ void frmBatchKernel::EstimateAll() {
     SurfaceNames names(folder, prefix, *ids);
     QueryFilter what = PointsOnly();
     what.onlyFields->push_back(cmbUIDFLD->text);
-    FixGroups groups(features, what, idField, weightField, *ids);
+    FixGroups groups(*layer->Search(what), idField, weightField, *ids);
     PBar->min = 0;
     PBar->max = static_cast<float>(ids->size());
     PBar->SetValue(0);

@@ -18,7 +18,7 @@ class frmBatchKernel : public KernelDialog {
   void EstimateAll();
   std::string CleanPrefix();
   /// Nothing, after a report, when the values cannot be read.
-  std::optional<std::vector<std::int32_t>> Identifiers(const IFeatureClass& points,
+  std::optional<std::vector<std::int32_t>> Identifiers(const IFeatureLayer& layer,
                                                        int idField) const;
   /// False when contours could not be made, which has been reported.
   bool DrawContours(const DensityGrid& surface, const IRasterDataset& raster,

@@ -7,8 +7,8 @@
 
 namespace orlinths {
 
-FixGroups::FixGroups(const IFeatureClass& points, const QueryFilter& what, int idField,
-                     std::optional<int> weightField, std::span<const std::int32_t> ids)
+FixGroups::FixGroups(ICursor& points, int idField, std::optional<int> weightField,
+                     std::span<const std::int32_t> ids)
     : groups_(ids.size()) {
   std::vector<std::pair<std::int32_t, std::size_t>> places;
   for (const std::int32_t id : ids) places.emplace_back(id, places.size());
@@ -22,10 +22,9 @@ FixGroups::FixGroups(const IFeatureClass& points, const QueryFilter& what, int i
     return place != places.cend();
   };
 
-  const CursorPtr rows = points.Search(what);
   Gathered* group = nullptr;  // of the point at hand
   const auto gather = [&] {
-    while (const IFeature* row = rows->Next()) {
+    while (const IFeature* row = points.Next()) {
       const Value id = row->GetValue(idField);
       if (id.IsNull() || !find(ToLong(id))) continue;
       group = &groups_[place->second];

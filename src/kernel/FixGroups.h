@@ -12,14 +12,14 @@
 
 namespace orlinths {
 
-/// The points of each identifier, in the order of the class: what one search an identifier would
+/// The points of each identifier, in the order of a cursor: what one search an identifier would
 /// give, for the cost of one walk. 24 bytes a point.
 class FixGroups {
  public:
-  /// `what` names the fields that are read. Points of an identifier that is not in `ids`, and of
-  /// none, are left out. O(points * log ids).
-  FixGroups(const IFeatureClass& points, const QueryFilter& what, int idField,
-            std::optional<int> weightField, std::span<const std::int32_t> ids);
+  /// Points of an identifier that is not in `ids`, and of none, are left out.
+  /// O(points * log ids).
+  FixGroups(ICursor& points, int idField, std::optional<int> weightField,
+            std::span<const std::int32_t> ids);
 
   struct Group {
     PointArray points;

@@ -28,13 +28,14 @@ frmKernel::frmKernel() : KernelDialog("frmKernel", "Fixed Kernel Density Estimat
   btnOK->OnClick = [this] { Estimate(); };
 }
 
-/// The array has room for every feature of the class: those that a filter of the layer hides are
-/// not read, and count all the same.
+/// The selected points, or all that the layer's filter lets through.
 PointArray frmKernel::Points(const IFeatureLayer& layer, std::optional<int> weightField) const {
   const QueryFilter what = PointsOnly();
   if (chkUseSelected->value)
     return ReadPoints(*layer.SearchSelected(what), layer.SelectionSet().Count(), weightField);
-  return ReadPoints(*layer.Search(what), layer.FeatureClass().FeatureCount(), weightField);
+  QueryFilter visible;
+  visible.where = layer.DefinitionQuery();
+  return ReadPoints(*layer.Search(what), layer.FeatureClass().FeatureCount(visible), weightField);
 }
 
 void frmKernel::Estimate() {

@@ -25,8 +25,7 @@ struct KernelGrid {
 KernelGrid KernelGridOver(const Envelope& extent, double h, double cellSize);
 
 /// The array of `count` points from a cursor: X, Y and the weight field's value, 1 without one.
-/// Where the cursor gives fewer, the rest stay at (0, 0) with weight 0, and count. Error 9 when it
-/// gives more, 91 for a point without shape, 94 for a weight that is null.
+/// Error 9 when it gives more, 91 for a point without shape, 94 for a weight that is null.
 PointArray ReadPoints(ICursor& points, std::int64_t count, std::optional<int> weightField);
 
 /// A new "GRID" of 32-bit floats with exact statistics, closed and open for reading. It has no

@@ -187,12 +187,19 @@ TEST_F(BatchKernelTest, UsesWeights) {
     EXPECT_EQ(GdalCells(Out("kde_" + ToText(animal))), SurfaceRows(Of(animal, true), kFull, 100));
 }
 
-TEST_F(BatchKernelTest, UsesAllFeaturesWhateverIsSelectedOrHidden) {
-  const auto layer = AddFixes(kFixes);
-  layer->AddToSelection(0);
-  layer->SetDefinitionQuery("ANIMAL = 12");
+TEST_F(BatchKernelTest, UsesAllFeaturesWhateverIsSelected) {
+  AddFixes(kFixes)->AddToSelection(0);
   Ready().Press("btnOK");
   EXPECT_THAT(Rasters(), ElementsAre("kde_12", "kde_3", "kde_7"));
+  EXPECT_EQ(GdalCells(Out("kde_7")), SurfaceRows(Of(7), kFull, 100));
+}
+
+TEST_F(BatchKernelTest, LeavesOutWhatAFilterHides) {
+  auto fixes = kFixes;
+  fixes.push_back({1050, 2050, 0, 7});
+  AddFixes(fixes)->SetDefinitionQuery("ANIMAL <> 12 AND W <> 0");
+  Ready().Press("btnOK");
+  EXPECT_THAT(Rasters(), ElementsAre("kde_3", "kde_7"));
   EXPECT_EQ(GdalCells(Out("kde_7")), SurfaceRows(Of(7), kFull, 100));
 }
 
@@ -378,7 +385,7 @@ TEST_F(BatchKernelTest, OnePassGathersWhatASearchForEachWould) {
   std::vector<std::int32_t> ids;
   for (int id = -20; id <= 20; id += 2) ids.push_back(id);  // the odd ones are left out
   std::reverse(ids.begin(), ids.end());
-  FixGroups groups(points, {}, points.FindField("ANIMAL"), points.FindField("W"), ids);
+  FixGroups groups(*points.Search(), points.FindField("ANIMAL"), points.FindField("W"), ids);
   for (std::size_t i = 0; i < ids.size(); ++i) {
     QueryFilter of;
     of.where = "ANIMAL = " + ToText(ids[i]);
