@@ -52,5 +52,10 @@ if grep -rlE '#include *[<"](gdal|ogr|cpl_|geos|proj)[^/]*\.h' "$source/src" "$s
   failed=$((failed + 1))
 fi
 
+if grep -rlE '#include *<(Q[A-Z]|qgs|qgis)[A-Za-z/]*(\.h)?>' "$source/src" "$source/apps" | grep -v "^$source/apps/qgis/"; then
+  echo 'Qt or QGIS is included outside apps/qgis.'
+  failed=$((failed + 1))
+fi
+
 echo "$tried pairs of layers tried, $failed faults"
 [ "$tried" -gt 0 ] && [ "$failed" -eq 0 ]

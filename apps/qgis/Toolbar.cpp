@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/ComponentObject.h"
+#include "qgis/CommandMenus.h"
 #include "qgis/Text.h"
 
 namespace orlinths {
@@ -53,23 +54,6 @@ void Toolbar::AddToMenu(QAction* action) {
   menu_->addAction(action);
 }
 
-QMenu* Toolbar::MakeMenu(const std::string& progId, QWidget* parent) {
-  const auto definition = CreateMenu(progId);
-  auto* menu = new QMenu(ToQtCaption(definition->Caption()), parent);
-  menu->setObjectName(ToQt(progId));
-  menu->setToolTipsVisible(true);
-  for (int i = 0; i < definition->ItemCount(); ++i) {
-    ItemDef item;
-    definition->GetItemInfo(i, item);
-    if (item.group) menu->addSeparator();
-    if (const CommandInfo* command = FindCommand(ClassOf(item.id)))
-      menu->addAction(ActionOf(*command));
-    else
-      menu->addMenu(MakeMenu(item.id, menu));
-  }
-  return menu;
-}
-
 void Toolbar::FillToolbar() {
   const auto definition = CreateMenu(ProgId(kToolbarClass));
   toolbar_ = qgis_.addToolBar(ToQt(definition->Caption()));
@@ -82,7 +66,8 @@ void Toolbar::FillToolbar() {
       toolbar_->addAction(ActionOf(*command));
       continue;
     }
-    menu_ = MakeMenu(item.id, qgis_.mainWindow());
+    menu_ = MakeCommandMenu(
+        item.id, [this](const CommandInfo& info) { return ActionOf(info); }, qgis_.mainWindow());
     auto* button = new QToolButton(toolbar_);
     button->setObjectName(menu_->objectName() + QStringLiteral("Button"));
     button->setMenu(menu_);

@@ -37,8 +37,6 @@ class Toolbar {
  private:
   void MakeActions();
   void FillToolbar();
-  /// The menu of a ProgID with its sub-menus.
-  QMenu* MakeMenu(const std::string& progId, QWidget* parent);
 
   QgisInterface& qgis_;
   Clicked clicked_;
