@@ -1,5 +1,6 @@
 # make demo     builds the tools and runs the examples, which check their own results
-# make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers)
+# make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers;
+#               PRESET=qgis: with the plugin, in QGIS itself)
 # make bench    the fast ways against the plain ones
 # make install  puts `orlinths` under PREFIX and, where QGIS's development files are installed, the plugin into QGIS
 # make plugin   the plugin alone, into PLUGIN_DIR
@@ -16,7 +17,12 @@ EXAMPLES ?= luxembourg elevation
 
 TOOLS := g++ cmake ninja-build ccache pkg-config locales ca-certificates
 LIBRARIES := libgdal-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
+QGIS := qgis libqgis-dev qtbase5-dev
 CHECKS := libgtest-dev libgmock-dev libbenchmark-dev gdal-bin
+
+ifeq ($(PRESET),qgis)
+LIBRARIES += $(QGIS) xvfb xauth
+endif
 
 .PHONY: all demo test bench install plugin packages configure clean
 all: configure
@@ -52,6 +58,7 @@ install: packages
 	cmake --install build/no-qgis
 	@if dpkg-query -W -f '$${Status}' libqgis-dev 2>/dev/null | grep -q 'ok installed'; then $(MAKE) plugin; fi
 
+plugin: LIBRARIES += $(QGIS)
 plugin: packages
 	cmake --preset qgis -DORLINTHS_TESTS=OFF -DORLINTHS_QGIS_PLUGIN_DIR=$(PLUGIN_DIR) >/dev/null
 	cmake --build build/qgis --parallel $(JOBS) --target orlinthstoolsplugin

@@ -214,6 +214,9 @@ void WindowHost::CloseBox(Dialog& dialog) {
     RequestStop();
     return;
   }
+  // A question that a run asks may come again and again: closing it is the way out of the run. A
+  // report is only closed.
+  if (IsAtWork() && !dialog.IsReport()) RequestStop();
   dialog.Unload();
 }
 

@@ -46,7 +46,8 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
 
   /// The window of a dialog that is shown; nothing for another.
   DialogWindow* WindowOf(const Dialog& dialog) const;
-  /// Closes a window as its close box does: a run is asked to stop, a dialog at rest is closed.
+  /// Closes a window as its close box does: a run is asked to stop, also by closing a dialog that
+  /// it has opened; a dialog at rest is closed.
   void CloseBox(Dialog& dialog);
   bool IsOpen() const { return !shown_.empty(); }  ///< any dialog
   bool IsAtWork() const { return !atWork_.empty(); }

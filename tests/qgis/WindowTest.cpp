@@ -348,6 +348,44 @@ TEST_F(WindowTest, ADialogInsideAnotherComesFirst) {
   });
 }
 
+TEST_F(WindowTest, ClosingAQuestionThatRepeatsStopsTheRun) {
+  int asked = 0;
+  dialog.onRun = [&] {
+    dialog.Try([&] {
+      for (gUserString.clear(); gUserString.empty(); CheckStop()) {
+        frmGetString inner;
+        ++asked;
+        QTimer::singleShot(0, &host, [&] { Key(*host.WindowOf(inner), Qt::Key_Escape); });
+        inner.ShowModal();
+      }
+    });
+  };
+  While(dialog, [&] {
+    Of<QAbstractButton>(*dialog.btnOK).click();
+    EXPECT_EQ(asked, 1);
+    EXPECT_THAT(messages, ElementsAre("Trial: \r18\rUser interrupt occurred"));
+    EXPECT_TRUE(dialog.IsVisible());
+    EXPECT_FALSE(StopRequested());
+  });
+}
+
+TEST_F(WindowTest, ClosingAReportStopsNothing) {
+  bool isThrough = false;
+  dialog.onRun = [&] {
+    dialog.Try([&] {
+      frmResultsReport report;
+      QTimer::singleShot(0, &host, [&] { Key(*host.WindowOf(report), Qt::Key_Escape); });
+      report.ShowModal();
+      CheckStop();
+      isThrough = true;
+    });
+  };
+  While(dialog, [&] {
+    Of<QAbstractButton>(*dialog.btnOK).click();
+    EXPECT_TRUE(isThrough);
+  });
+}
+
 TEST_F(WindowTest, EveryDialogFitsOnASmallScreen) {
   constexpr int kWidth = 1024, kHeight = 768, kTitleBar = 32;
   RegisterTools();
