@@ -13,7 +13,7 @@ BUILD := build/$(PRESET)
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 # What the demo runs, one after the other: each a script that checks its own results.
-EXAMPLES ?= luxembourg elevation
+EXAMPLES ?= luxembourg elevation storm-tracks home-ranges
 
 TOOLS := g++ cmake ninja-build ccache pkg-config locales ca-certificates
 LIBRARIES := libgdal-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
