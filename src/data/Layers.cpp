@@ -22,12 +22,12 @@ IFeatureLayer::IFeatureLayer(FeatureClassPtr featureClass)
 IFeatureLayer::IFeatureLayer(std::string name, std::string sourcePath)
     : ILayer(std::move(name)), sourcePath_(std::move(sourcePath)) {}
 
-Envelope IFeatureLayer::Extent() const { return class_ ? class_->Extent() : Envelope{}; }
+Envelope IFeatureLayer::Extent() const { return Valid() ? class_->Extent() : Envelope{}; }
 
 std::string IFeatureLayer::SourcePath() const { return sourcePath_; }
 
 GeometryType IFeatureLayer::ShapeType() const {
-  return class_ ? class_->ShapeType() : GeometryType::kNull;
+  return Valid() ? class_->ShapeType() : GeometryType::kNull;
 }
 
 void IFeatureLayer::SetDefinitionQuery(const std::string& where) {
@@ -106,11 +106,11 @@ IRasterLayer::IRasterLayer(RasterDatasetPtr dataset)
 IRasterLayer::IRasterLayer(std::string name, std::string sourcePath)
     : ILayer(std::move(name)), sourcePath_(std::move(sourcePath)) {}
 
-Envelope IRasterLayer::Extent() const { return dataset_ ? dataset_->Extent() : Envelope{}; }
+Envelope IRasterLayer::Extent() const { return Valid() ? dataset_->Extent() : Envelope{}; }
 
 std::string IRasterLayer::SourcePath() const { return sourcePath_; }
 
-int IRasterLayer::BandCount() const { return dataset_ ? dataset_->BandCount() : 0; }
+int IRasterLayer::BandCount() const { return Valid() ? dataset_->BandCount() : 0; }
 
 IStandaloneTable::IStandaloneTable(TablePtr table)
     : name_(NotNothing(table.get()).Name()),

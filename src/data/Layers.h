@@ -17,7 +17,7 @@ class ILayer {
   virtual ~ILayer() = default;
   const std::string& Name() const { return name_; }
   void SetName(std::string name) { name_ = std::move(name); }
-  /// False for a layer whose source cannot be opened.
+  /// False for a layer whose source could not be opened, or has been deleted or overwritten since.
   virtual bool Valid() const = 0;
   virtual Envelope Extent() const { return {}; }
   /// Path of its source; empty for a group.
@@ -39,7 +39,7 @@ class IFeatureLayer : public ILayer {
   /// A layer whose source could not be opened.
   IFeatureLayer(std::string name, std::string sourcePath);
 
-  bool Valid() const override { return class_ != nullptr; }
+  bool Valid() const override { return class_ && class_->Exists(); }
   orlinths::Envelope Extent() const override;
   std::string SourcePath() const override;
 
@@ -89,7 +89,7 @@ class IRasterLayer : public ILayer {
   explicit IRasterLayer(RasterDatasetPtr dataset);
   IRasterLayer(std::string name, std::string sourcePath);
 
-  bool Valid() const override { return dataset_ != nullptr; }
+  bool Valid() const override { return dataset_ && dataset_->Exists(); }
   orlinths::Envelope Extent() const override;
   std::string SourcePath() const override;
   IRasterDataset& Dataset() const { return NotNothing(dataset_.get()); }
@@ -116,7 +116,7 @@ class IStandaloneTable {
   IStandaloneTable(std::string name, std::string sourcePath);
   const std::string& Name() const { return name_; }
   void SetName(std::string name) { name_ = std::move(name); }
-  bool Valid() const { return table_ != nullptr; }
+  bool Valid() const { return table_ && table_->Exists(); }
   ITable& Table() const { return NotNothing(table_.get()); }
   const std::string& SourcePath() const { return sourcePath_; }
 

@@ -15,6 +15,7 @@ void AppendDepthFirst(const std::vector<LayerPtr>& from, std::vector<LayerPtr>& 
 
 /// Nothing for groups and for layers whose source cannot be opened.
 const IGeoDataset* DatasetOf(const ILayer& layer) {
+  if (!layer.Valid()) return nullptr;
   if (const auto* features = dynamic_cast<const IFeatureLayer*>(&layer))
     return features->FeatureClassPointer().get();
   if (const auto* raster = dynamic_cast<const IRasterLayer*>(&layer))

@@ -29,7 +29,7 @@ bool IsTable(const ILayer& layer) {
 /// The dataset behind a raster layer that opens, or nothing.
 const IRasterDataset* RasterOf(const ILayer& layer) {
   const auto* raster = dynamic_cast<const IRasterLayer*>(&layer);
-  return raster ? raster->DatasetPointer().get() : nullptr;
+  return raster && raster->Valid() ? &raster->Dataset() : nullptr;
 }
 
 bool IsIntegerRaster(const ILayer& layer) {

@@ -17,6 +17,8 @@ class IRasterDataset : public IGeoDataset {
   virtual std::string Name() const = 0;  ///< file name with extension; a GRID by its folder's name
   virtual std::string PathName() const = 0;  ///< folder of its workspace
   virtual std::string Path() const = 0;
+  /// False once the dataset has been deleted or overwritten in this process, or its file has gone.
+  virtual bool Exists() const = 0;
   virtual int BandCount() const = 0;
   virtual int Width() const = 0;
   virtual int Height() const = 0;

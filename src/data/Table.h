@@ -123,6 +123,9 @@ class ITable {
   virtual std::string Name() const = 0;      ///< of the dataset, without folder and extension
   virtual std::string PathName() const = 0;  ///< folder of its workspace, no trailing separator
   virtual std::string Path() const = 0;      ///< full path that opens it again
+  /// False once the dataset has been deleted or overwritten in this process, or its file has gone:
+  /// every other question but the three above then raises an error.
+  virtual bool Exists() const = 0;
   virtual bool HasShape() const { return false; }
 
   virtual const orlinths::Fields& Fields() const = 0;

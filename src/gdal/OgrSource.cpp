@@ -2,6 +2,7 @@
 // edited through OGR in one transaction a run.
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <optional>
 
 #include "gdal/Library.h"
@@ -107,6 +108,8 @@ class OgrSource final : public VectorSource {
         file_(std::move(file)),
         layer_(std::move(layer)),
         facts_(std::move(facts)) {
+    std::error_code unknown;
+    isOnDisk_ = std::filesystem::exists(file_, unknown);
     SetHasShape(facts_.hasShape);
     ReadFields(*reader->layer);
     GiveBack(std::move(reader));
@@ -213,6 +216,10 @@ class OgrSource final : public VectorSource {
   }
 
  protected:
+  bool HasFiles() const override {
+    std::error_code unknown;
+    return !isOnDisk_ || std::filesystem::exists(file_, unknown);
+  }
   std::uint64_t FileVersion() const override { return version_; }
   ReaderPtr OpenReader() const override {
     const QuietGdal quiet;
@@ -328,6 +335,7 @@ class OgrSource final : public VectorSource {
   }
 
   std::string file_, layer_;
+  bool isOnDisk_ = false;  ///< a file or folder, not a connection to a server
   LayerFacts facts_;
   orlinths::Fields fields_;
   ReaderPtr edit_;

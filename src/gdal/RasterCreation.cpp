@@ -295,6 +295,7 @@ void NewRasterDataset::Close() {
   CloseFile();
   if (kind_ == Kind::kGrid) DropCells();
   Place();
+  EndOthers();
   hidden_.reset();
   // A listing that cannot be written leaves a whole grid, whose table is then counted anew.
   if (kind_ == Kind::kGrid && tableRows_.size() == 1 && tableRows_.front() > 0)

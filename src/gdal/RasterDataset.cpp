@@ -1,6 +1,7 @@
 #include "gdal/RasterDataset.h"
 
 #include <filesystem>
+#include <map>
 #include <system_error>
 
 #include <cpl_conv.h>
@@ -9,6 +10,7 @@
 
 #include "gdal/GridWriter.h"
 #include "gdal/Library.h"
+#include "gdal/VectorSource.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
@@ -41,6 +43,18 @@ SpatialReferencePtr ReferenceOf(GDALDatasetH dataset) {
   return reference;
 }
 
+/// How often the dataset of a path was deleted or made in this process: what was opened before is
+/// another one.
+std::uint64_t& GenerationOf(const std::string& path) {
+  static std::map<std::string, std::uint64_t> generations;
+  return generations[CanonicalPath(path)];
+}
+
+bool IsOnDisk(const std::string& path) {
+  std::error_code unknown;
+  return fs::exists(path, unknown);
+}
+
 }  // namespace
 
 GdalDatasetPtr OpenRasterFile(const std::string& path) {
@@ -65,12 +79,20 @@ void GdalRasterDataset::Hold(GdalDatasetPtr dataset, bool isNew) {
   bands_.clear();
   dataset_ = std::move(dataset);
   if (!dataset_) return;
+  generation_ = GenerationOf(path_);
+  isOnDisk_ = IsOnDisk(path_);
   const QuietGdal quiet;  // drivers have remarks when they are looked into
   const SpatialReferencePtr reference = ReferenceOf(Handle());
   props_ = PropsOf(Handle(), 0, reference);
   for (int band = 0; band < GDALGetRasterCount(Handle()); ++band)
     bands_.push_back(std::make_unique<GdalRasterBand>(Handle(), band, path_, reference, isNew));
 }
+
+bool GdalRasterDataset::Exists() const {
+  return dataset_ && generation_ == GenerationOf(path_) && (!isOnDisk_ || IsOnDisk(path_));
+}
+
+void GdalRasterDataset::EndOthers() { ++GenerationOf(path_); }
 
 std::string GdalRasterDataset::Name() const { return NameOf(path_); }
 std::string GdalRasterDataset::PathName() const { return FolderOf(path_); }
@@ -93,6 +115,7 @@ void GdalRasterDataset::Delete() {
   CheckStop();
   const bool isFolder = files::FolderExists(path_);
   Hold(nullptr, false);
+  EndOthers();
   if (isFolder) {
     if (!IsGridFolder(path_) && BandsFileOf(path_).empty())
       throw RuntimeError::Platform("The folder is no grid: " + path_);

@@ -1,6 +1,7 @@
 // Raster datasets on GDAL, as the units of this folder share them.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,7 @@ class GdalRasterDataset : public IRasterDataset {
   std::string Name() const override;
   std::string PathName() const override;
   std::string Path() const override { return path_; }
+  bool Exists() const override;
   int BandCount() const override { return static_cast<int>(bands_.size()); }
   int Width() const override { return props_.width; }
   int Height() const override { return props_.height; }
@@ -36,11 +38,15 @@ class GdalRasterDataset : public IRasterDataset {
   GdalRasterBand& GdalBand(int i) const;
   /// Takes over a dataset in place of the one it has (none: closes that).
   void Hold(GdalDatasetPtr dataset, bool isNew);
+  /// The dataset of this path that others have open is no more, or another one now.
+  void EndOthers();
 
   std::string path_;
 
  private:
   GdalDatasetPtr dataset_;
+  std::uint64_t generation_ = 0;  ///< of the path, when `dataset_` was taken over
+  bool isOnDisk_ = false;         ///< under a path of its own then
   std::vector<std::unique_ptr<GdalRasterBand>> bands_;
   IRasterProps props_;  ///< of the dataset as a whole
 };

@@ -41,7 +41,7 @@ class ShapefileSource final : public VectorSource {
   }
   ~ShapefileSource() override {
     // The last table of the dataset goes: what was edited stays edited.
-    if (store_ && store_->HasPendingEdits()) Quietly([&] { store_->Commit(); });
+    if (!IsGone() && store_->HasPendingEdits()) Quietly([&] { store_->Commit(); });
   }
 
   bool Holds(const ShapefileStore& store) const { return store_.get() == &store; }
@@ -127,12 +127,15 @@ class ShapefileSource final : public VectorSource {
     Commit();
     DetachCursors();
     DropReaders();
+    const std::string before = CanonicalPath(Path());
     store_->Rename(name);
+    Forget(before);
     SetPath(store_->Path(), StemOf(store_->Path()));
     Register(CanonicalPath(Path()), shared_from_this());
   }
 
  protected:
+  bool HasFiles() const override { return files::FileExists(Path()); }
   std::uint64_t FileVersion() const override { return store_->FileVersion(); }
   ReaderPtr OpenReader() const override {
     EnsureGdal();
@@ -244,8 +247,11 @@ SourcePtr OpenShapefileSource(const std::string& path) {
 SourcePtr CreateShapefileSource(const std::string& path, const GeometryDef& geometry,
                                 const Fields& fields) {
   CheckStop();
+  auto store = ShapefileStore::CreateShapefile(path, geometry, fields);
+  // Its table may be open on its own, from before.
+  VectorSource::End(CanonicalPath(JoinPath(FolderOf(path), StemOf(path) + ".dbf")));
   return Registered(
-      path, ShapefileStore::CreateShapefile(path, geometry, fields),
+      path, std::move(store),
       geometry.spatialReference ? geometry.spatialReference : UnknownCoordinateSystem());
 }
 

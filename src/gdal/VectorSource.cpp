@@ -58,8 +58,15 @@ std::shared_ptr<VectorSource> VectorSource::Find(const std::string& key) {
 }
 
 void VectorSource::Register(const std::string& key, const std::shared_ptr<VectorSource>& source) {
+  if (Find(key) != source) End(key);
   OpenSources()[key] = source;
 }
+
+void VectorSource::End(const std::string& key) {
+  if (const auto source = Find(key)) source->SetGone();
+}
+
+void VectorSource::Forget(const std::string& key) { OpenSources().erase(key); }
 
 void VectorSource::CommitAll() {
   std::vector<std::shared_ptr<VectorSource>> sources;

@@ -41,13 +41,18 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
 
   /// The source that is open under `key`, or nothing.
   static std::shared_ptr<VectorSource> Find(const std::string& key);
+  /// Another source under `key` ends with it.
   static void Register(const std::string& key, const std::shared_ptr<VectorSource>& source);
+  static void Forget(const std::string& key);
+  /// What is open under `key` is gone: its dataset has been overwritten.
+  static void End(const std::string& key);
   static void CommitAll();
 
   const std::string& Path() const { return path_; }
   const std::string& Name() const { return name_; }
   std::string Folder() const;
-  /// Error 91 once the dataset has been deleted through this object.
+  bool Exists() const { return !gone_ && HasFiles(); }
+  /// Error 91 once the dataset has been deleted through this object, or overwritten.
   void CheckThere() const;
   /// A platform error when it cannot be read.
   void CheckOpens() const { GiveBack(Lease()); }
@@ -86,6 +91,8 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
   friend class SourceRow;
 
   // --- what a cursor asks
+  /// False when there is no file, or folder, any more.
+  virtual bool HasFiles() const = 0;
   virtual std::uint64_t FileVersion() const = 0;
   virtual ReaderPtr OpenReader() const = 0;
   /// A reader for one cursor; it comes back to the pool when the cursor lets go of it.
@@ -132,6 +139,7 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
   void DropReaders() const { pool_.clear(); }
   void SetHasShape(bool has) { hasShape_ = has; }
   void SetGone();
+  bool IsGone() const { return gone_; }
   void SetPath(std::string path, std::string name) {
     path_ = std::move(path), name_ = std::move(name);
   }

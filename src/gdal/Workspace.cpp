@@ -20,6 +20,7 @@ class TableOver : public Interface {
   std::string Name() const override { return source_->Name(); }
   std::string PathName() const override { return source_->Folder(); }
   std::string Path() const override { return source_->Path(); }
+  bool Exists() const override { return source_->Exists(); }
   const orlinths::Fields& Fields() const override { return There().Fields(); }
   void AddField(const Field& field) override { There().AddField(field); }
   void DeleteField(int field) override { There().DeleteField(field); }

@@ -28,6 +28,7 @@ struct FakeClass : IFeatureClass {
   std::string Name() const override { return name; }
   std::string PathName() const override { return "/made/up"; }
   std::string Path() const override { return "/made/up/" + name; }
+  bool Exists() const override { return exists; }
   const orlinths::Fields& Fields() const override { return fields; }
   void AddField(const Field& field) override {
     if (refusal) throw RuntimeError(*refusal);
@@ -48,11 +49,20 @@ struct FakeClass : IFeatureClass {
   void Delete() override {}
   bool CanRename() const override { return false; }
   void Rename(const std::string&) override {}
-  GeometryType ShapeType() const override { return type; }
+  GeometryType ShapeType() const override {
+    if (!exists) throw RuntimeError(ErrorNumber::kObjectNotSet);
+    return type;
+  }
   bool HasZ() const override { return false; }
   bool HasM() const override { return false; }
-  SpatialReferencePtr SpatialReference() const override { return reference; }
-  Envelope Extent() const override { return {}; }
+  SpatialReferencePtr SpatialReference() const override {
+    if (!exists) throw RuntimeError(ErrorNumber::kObjectNotSet);
+    return reference;
+  }
+  Envelope Extent() const override {
+    if (!exists) throw RuntimeError(ErrorNumber::kObjectNotSet);
+    return {};
+  }
   void FeaturesAt(double, double, std::vector<Oid>&) const override {}
 
   std::string name;
@@ -60,6 +70,7 @@ struct FakeClass : IFeatureClass {
   orlinths::Fields fields;
   std::optional<ErrorNumber> refusal;
   std::int64_t rows = 10;
+  bool exists = true;  ///< without it, it answers as a deleted dataset does
   SpatialReferencePtr reference = std::make_shared<NamedReference>(4326);
 };
 
@@ -69,6 +80,7 @@ struct FakeRaster : IRasterDataset {
   std::string Name() const override { return name; }
   std::string PathName() const override { return "/made/up"; }
   std::string Path() const override { return "/made/up/" + name; }
+  bool Exists() const override { return true; }
   int BandCount() const override { return bands; }
   int Width() const override { return 1; }
   int Height() const override { return 1; }

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <utility>
+
 #include "data/FieldsAndDatasets.h"
 #include "data/Workspace.h"
+#include "support/ErrorNumberOf.h"
 #include "support/TempFolder.h"
 #include "support/Wkt.h"
 
@@ -68,6 +72,109 @@ TEST_F(LayersTest, ABrokenLayerIsInvalidAndAnswersWithError91) {
   const IStandaloneTable table("broken", "/not/there.dbf");
   EXPECT_FALSE(table.Valid());
   EXPECT_THROW(table.Table(), RuntimeError);
+}
+
+TEST_F(LayersTest, ALayerWhoseDatasetIsDeletedIsInvalid) {
+  IFeatureLayer layer(Zones());
+  layer.AddToSelection(1);
+  const IFeatureLayer other(OpenFeatureClass(folder.Path(), "zones"));
+  IStandaloneTable table(OpenTableByPath(folder / "zones.dbf"));
+  EXPECT_TRUE(table.Valid());
+  EXPECT_TRUE(DeleteFile(folder.Path(), "zones"));
+  for (const IFeatureLayer* each : {&std::as_const(layer), &other}) {
+    EXPECT_FALSE(each->Valid());
+    EXPECT_EQ(each->ShapeType(), GeometryType::kNull);
+    EXPECT_TRUE(each->Extent().IsEmpty());
+    EXPECT_EQ(each->Name(), "zones");
+    EXPECT_EQ(each->SourcePath(), folder / "zones.shp");
+    EXPECT_EQ(ErrorNumberOf([&] { each->Search(); }), 91);
+  }
+  EXPECT_FALSE(table.Valid()) << "its file went with the shapes";
+}
+
+TEST_F(LayersTest, ALayerWhoseDatasetIsOverwrittenIsInvalidAndTheNewOneIsNot) {
+  IFeatureLayer layer(Zones());
+  IStandaloneTable table(OpenTableByPath(folder / "zones.dbf"));
+  SpatialReferencePtr reference;
+  const IFeatureLayer next(
+      CreateShapefile(folder.Path(), "zones", GeometryType::kPoint, false, false, reference, true));
+  EXPECT_FALSE(layer.Valid());
+  EXPECT_EQ(layer.ShapeType(), GeometryType::kNull);
+  EXPECT_FALSE(table.Valid());
+  EXPECT_TRUE(next.Valid());
+  EXPECT_EQ(next.ShapeType(), GeometryType::kPoint);
+}
+
+/// An edit that waits when its table is overwritten must not find its way into the new one.
+TEST_F(LayersTest, EditsOfAnOverwrittenDatasetGoWithIt) {
+  std::optional<IFeatureLayer> layer(Zones());
+  AddNewField("LATE", layer->FeatureClass(), FieldType::kInteger);
+  SpatialReferencePtr reference;
+  const FeatureClassPtr next =
+      CreateShapefile(folder.Path(), "zones", GeometryType::kPoint, false, false, reference, true);
+  const int kept = AddNewField("KEPT", *next, FieldType::kInteger);
+  EXPECT_GE(kept, 0);
+  layer.reset();
+  CommitAllEdits();
+  EXPECT_EQ(OpenTableByPath(folder / "zones.shp")->FindField("LATE"), -1);
+  EXPECT_EQ(OpenTableByPath(folder / "zones.shp")->FindField("KEPT"), kept);
+}
+
+TEST_F(LayersTest, ARenamedDatasetOutlivesANewOneOfItsOldName) {
+  IFeatureLayer layer(Zones());
+  layer.FeatureClass().Rename("before");
+  EXPECT_TRUE(layer.Valid());
+  const FeatureClassPtr next = Zones();
+  EXPECT_TRUE(layer.Valid());
+  EXPECT_EQ(layer.FeatureClass().Path(), folder / "before.shp");
+  EXPECT_NE(OpenFeatureClass(folder.Path(), "zones"), nullptr);
+}
+
+TEST_F(LayersTest, ALayerWhoseFileIsGoneIsInvalidUntilItIsBack) {
+  IFeatureLayer layer(Zones());
+  CommitAllEdits();
+  EXPECT_EQ(layer.FeatureClass().FeatureCount(), 4);
+  std::filesystem::rename(folder / "zones.shp", folder / "elsewhere");
+  EXPECT_FALSE(layer.Valid());
+  std::filesystem::rename(folder / "elsewhere", folder / "zones.shp");
+  EXPECT_TRUE(layer.Valid());
+  EXPECT_EQ(layer.ShapeType(), GeometryType::kPolygon);
+}
+
+TEST_F(LayersTest, ATableThatIsOverwrittenIsInvalid) {
+  std::optional<Fields> fields;
+  const IStandaloneTable table(createDBF("notes.dbf", folder.Path(), false, fields));
+  EXPECT_TRUE(table.Valid());
+  const IStandaloneTable next(createDBF("notes.dbf", folder.Path(), true, fields));
+  EXPECT_FALSE(table.Valid());
+  EXPECT_TRUE(next.Valid());
+}
+
+TEST_F(LayersTest, ARasterThatIsDeletedOrOverwrittenIsInvalid) {
+  for (const std::string format : {"TIFF", "GRID"}) {
+    const std::string name = format == "TIFF" ? "cells.tif" : "cells";
+    const NewRaster raster{.name = name,
+                           .format = format,
+                           .columns = 3,
+                           .rows = 2,
+                           .cellSize = {1, 1},
+                           .pixelType = PixelType::kInt32,
+                           .spatialReference = nullptr};
+    const RasterDatasetPtr made = CreateRasterDataset(folder.Path(), raster);
+    made->Close();
+    const IRasterLayer first(made), second(OpenRasterDataset(folder.Path(), name));
+    EXPECT_TRUE(first.Valid() && second.Valid()) << format;
+    EXPECT_EQ(second.BandCount(), 1);
+    EXPECT_TRUE(DeleteRaster(folder.Path(), name));
+    EXPECT_FALSE(first.Valid() || second.Valid()) << format;
+    EXPECT_EQ(second.BandCount(), 0);
+    EXPECT_TRUE(second.Extent().IsEmpty());
+    CreateRasterDataset(folder.Path(), raster)->Close();
+    EXPECT_FALSE(first.Valid() || second.Valid()) << "another one of that name";
+    const IRasterLayer third(OpenRasterDataset(folder.Path(), name));
+    EXPECT_TRUE(third.Valid());
+    EXPECT_TRUE(DeleteRaster(folder.Path(), name));
+  }
 }
 
 TEST_F(LayersTest, TheDefinitionQueryHoldsForTheLayerAndNotForTheClass) {

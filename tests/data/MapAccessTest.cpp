@@ -108,6 +108,32 @@ TEST_F(MapAccess, ABrokenFirstLayerEmptiesEveryList) {
   EXPECT_EQ(messages.Text(), Texts{});
 }
 
+TEST_F(MapAccess, ADeletedDatasetIsABrokenLayer) {
+  const auto sites = std::make_shared<FakeClass>("sites", GeometryType::kPolygon);
+  const auto layer = std::make_shared<IFeatureLayer>(sites);
+  layer->AddToSelection(3);
+  map.Append(FakeLayer("zones", GeometryType::kPolygon));
+  map.Append(layer);
+  sites->exists = false;
+  EXPECT_EQ(Combo(5), (Texts{"zones"}));
+  EXPECT_EQ(Combo(10), Texts{});
+  EXPECT_EQ(Combo(2), (Texts{"zones", "sites"})) << "a feature layer all the same";
+  EXPECT_EQ(ListBox(5), (Texts{"zones"}));
+  map.AddLayer(layer);
+  for (int kind = 1; kind <= 11; ++kind) EXPECT_EQ(Combo(kind), Texts{});
+  EXPECT_EQ(messages.Text(), Texts{});
+}
+
+TEST_F(MapAccess, ADeletedDatasetGivesTheMapNoReference) {
+  const auto gone = std::make_shared<FakeClass>("gone", GeometryType::kPoint);
+  const auto zones = std::make_shared<FakeClass>("zones", GeometryType::kPolygon);
+  zones->reference = std::make_shared<NamedReference>(32631);
+  gone->exists = false;
+  map.Append(std::make_shared<IFeatureLayer>(gone));
+  map.Append(std::make_shared<IFeatureLayer>(zones));
+  EXPECT_EQ(map.SpatialReference()->FactoryCode(), 32631);
+}
+
 TEST_F(MapAccess, ABrokenLayerFurtherDownIsOnlyNotOfAnyKindThatAsksForItsData) {
   map.Append(FakeLayer("points", GeometryType::kPoint));
   map.Append(std::make_shared<IFeatureLayer>("broken", "/not/there.shp"));

@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "data/FakeData.h"
 #include "support/Seeded.h"
 #include "tables/ToolTest.h"
 
@@ -42,37 +43,12 @@ OgrDataset Nests() {
 }
 
 /// A class that takes a field and does not have it afterwards.
-class ForgetfulClass : public IFeatureClass {
- public:
-  std::string Name() const override { return {}; }
-  std::string PathName() const override { return {}; }
-  std::string Path() const override { return {}; }
-  const orlinths::Fields& Fields() const override { return none_; }
-  void AddField(const Field&) override {}
-  void DeleteField(int) override {}
-  std::int64_t RowCount(const QueryFilter&) const override { return 1; }
-  CursorPtr Search(const QueryFilter&) const override { return nullptr; }
-  CursorPtr SearchOids(const std::vector<Oid>&, const QueryFilter&) const override {
-    return nullptr;
+struct ForgetfulClass : FakeClass {
+  ForgetfulClass() : FakeClass("forgetful", GeometryType::kPoint) {
+    rows = 1;
+    reference = UnknownCoordinateSystem();
   }
-  CursorPtr Update(const QueryFilter&) override { return nullptr; }
-  CursorPtr Insert() override { return nullptr; }
-  std::unique_ptr<IRow> CreateRowBuffer() override { return nullptr; }
-  ISelectionSet Select(const QueryFilter&) const override { return {}; }
-  bool HasRow(Oid) const override { return false; }
-  std::uint64_t ChangeCount() const override { return 0; }
-  void Delete() override {}
-  bool CanRename() const override { return false; }
-  void Rename(const std::string&) override {}
-  SpatialReferencePtr SpatialReference() const override { return UnknownCoordinateSystem(); }
-  Envelope Extent() const override { return {}; }
-  GeometryType ShapeType() const override { return GeometryType::kPoint; }
-  bool HasZ() const override { return false; }
-  bool HasM() const override { return false; }
-  void FeaturesAt(double, double, std::vector<Oid>&) const override {}
-
- private:
-  orlinths::Fields none_;
+  void AddField(const Field&) override {}
 };
 
 class AddXYTest : public ToolTest {
