@@ -95,15 +95,30 @@ class BinaryFile {
   int descriptor_;
 };
 
-bool WriteFromBinary(std::string_view label, PixelType type, const std::string& binaryPath,
-                     const NewRaster& raster, const std::string& workspace) {
+NewRaster OneBand(PixelType type, const std::string& name, const std::string& format,
+                  const Point& origin, double cellSize, std::int64_t columns, std::int64_t rows,
+                  const SpatialReferencePtr& reference) {
+  return {.name = name,
+          .format = format,
+          .origin = {origin.x, origin.y},
+          .columns = columns,
+          .rows = rows,
+          .cellSize = {cellSize, cellSize},
+          .bandCount = 1,
+          .pixelType = type,
+          .spatialReference = reference};
+}
+
+/// Fills the raster from a file of its cells, row by row.
+bool WriteFromBinary(std::string_view label, const std::string& binaryPath, const NewRaster& raster,
+                     const std::string& workspace) {
   static_assert(std::endian::native == std::endian::little, "the files hold little-endian cells");
   return Trap(label, [&] {
     BinaryFile file(binaryPath);
     const RasterDatasetPtr dataset = CreateRasterDataset(workspace, raster);
     IRasterBand& band = dataset->Band(0);
     band.SetNoDataValue(kBinaryNoData);
-    IPixelBlock block(raster.columns, raster.rows, type, kBinaryNoData);
+    IPixelBlock block(raster.columns, raster.rows, raster.pixelType, kBinaryNoData);
     Edit(block, 0, [&]<class T>(EditablePlane<T> plane) {
       const std::size_t cells =
           static_cast<std::size_t>(plane.columns) * static_cast<std::size_t>(plane.rows);
@@ -276,34 +291,20 @@ bool WriteLongRasterFromBinary(const std::string& binaryPath, const std::string&
                                const std::string& workspace, const std::string& format,
                                const Point& origin, double cellSize, std::int64_t columns,
                                std::int64_t rows, const SpatialReferencePtr& reference) {
-  return WriteFromBinary("WriteLongRasterFromBinary: ", PixelType::kInt32, binaryPath,
-                         {rasterName,
-                          format,
-                          {origin.x, origin.y},
-                          columns,
-                          rows,
-                          {cellSize, cellSize},
-                          1,
-                          PixelType::kInt32,
-                          reference},
-                         workspace);
+  return WriteFromBinary(
+      "WriteLongRasterFromBinary: ", binaryPath,
+      OneBand(PixelType::kInt32, rasterName, format, origin, cellSize, columns, rows, reference),
+      workspace);
 }
 
 bool WriteDoubleRasterFromBinary(const std::string& binaryPath, const std::string& rasterName,
                                  const std::string& workspace, const std::string& format,
                                  const Point& origin, double cellSize, std::int64_t columns,
                                  std::int64_t rows, const SpatialReferencePtr& reference) {
-  return WriteFromBinary("WriteDoubleRasterFromBinary: ", PixelType::kDouble, binaryPath,
-                         {rasterName,
-                          format,
-                          {origin.x, origin.y},
-                          columns,
-                          rows,
-                          {cellSize, cellSize},
-                          1,
-                          PixelType::kDouble,
-                          reference},
-                         workspace);
+  return WriteFromBinary(
+      "WriteDoubleRasterFromBinary: ", binaryPath,
+      OneBand(PixelType::kDouble, rasterName, format, origin, cellSize, columns, rows, reference),
+      workspace);
 }
 
 }  // namespace orlinths
