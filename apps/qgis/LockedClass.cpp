@@ -17,6 +17,7 @@ class LockedTable : public Base {
   std::string Name() const override { return base_->Name(); }
   std::string PathName() const override { return base_->PathName(); }
   std::string Path() const override { return base_->Path(); }
+  bool Exists() const override { return base_->Exists(); }
   const orlinths::Fields& Fields() const override { return base_->Fields(); }
   std::int64_t RowCount(const QueryFilter& filter) const override {
     return base_->RowCount(filter);
