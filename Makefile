@@ -1,6 +1,7 @@
 # make demo     builds the tools and runs the examples, which check their own results
 # make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers;
 #               PRESET=qgis: with the plugin, in QGIS itself)
+# make test-qgis  the plugin's tests alone
 # make bench    the fast ways against the plain ones
 # make install  puts `orlinths` under PREFIX and, where QGIS's development files are installed, the plugin into QGIS
 # make plugin   the plugin alone, into PLUGIN_DIR
@@ -24,7 +25,7 @@ ifeq ($(PRESET),qgis)
 LIBRARIES += $(QGIS) xvfb xauth
 endif
 
-.PHONY: all demo test bench install plugin packages configure clean
+.PHONY: all demo test test-qgis bench install plugin packages configure clean
 all: configure
 	cmake --build $(BUILD) --parallel $(JOBS)
 
@@ -48,6 +49,11 @@ demo: configure
 
 test: all
 	@ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS)
+
+test-qgis:
+	@$(MAKE) --no-print-directory configure PRESET=qgis
+	@cmake --build build/qgis --parallel $(JOBS) --target qgis_tests
+	@ctest --test-dir build/qgis --output-on-failure -R '^qgis'
 
 bench: all
 	@for program in $(BUILD)/bench/*Bench; do $$program; done
