@@ -19,7 +19,7 @@ std::string EsriWkt(const ISpatialReference& reference) {
   char* text = nullptr;
   const bool done = srs.importFromWkt(wkt.c_str()) == OGRERR_NONE &&
                     srs.exportToWkt(&text, options) == OGRERR_NONE && text != nullptr;
-  const std::unique_ptr<char, decltype(&VSIFree)> owner(text, VSIFree);
+  const GdalText owner(text);
   if (!done) RaiseGdal("The spatial reference " + reference.Name() + " cannot be written.");
   return text;
 }

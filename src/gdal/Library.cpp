@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
 
@@ -21,6 +22,8 @@ void RaiseGdal(const std::string& what) {
   const std::string said = CPLGetLastErrorMsg();
   throw RuntimeError::Platform(said.empty() ? what : said);
 }
+
+void FreeGdalText::operator()(char* text) const noexcept { CPLFree(text); }
 
 QuietGdal::QuietGdal() {
   CPLPushErrorHandlerEx(

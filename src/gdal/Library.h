@@ -2,6 +2,7 @@
 // words.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,12 @@ void EnsureGdal();
 /// been asked for, error 7 when GDAL ran out of memory. `what` (a sentence) stands in where GDAL
 /// said nothing.
 [[noreturn]] void RaiseGdal(const std::string& what);
+
+/// A text that GDAL has allocated, freed with the scope, also when memory runs out in it.
+struct FreeGdalText {
+  void operator()(char* text) const noexcept;
+};
+using GdalText = std::unique_ptr<char, FreeGdalText>;
 
 /// While it stands, what GDAL says in this thread is kept here instead of going to the error
 /// stream, and GDAL's last error starts out clear. Scopes may nest; a handler of the host is back

@@ -62,8 +62,8 @@ SpatialReferencePtr ReferenceOf(OGRLayer& layer) {
   char* wkt = nullptr;
   const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
   const bool exported = reference->exportToWkt(&wkt, options) == OGRERR_NONE;
+  const GdalText owned(wkt);
   const std::string text = exported && wkt ? wkt : "";
-  CPLFree(wkt);
   try {
     return SpatialReferenceFromText(text);
   } catch (const RuntimeError&) {

@@ -184,10 +184,9 @@ std::string EsriWkt(const SpatialReferencePtr& reference) {
       OSRNewSpatialReference(reference->Wkt().c_str()), OSRDestroySpatialReference);
   char* text = nullptr;
   const char* const options[] = {"FORMAT=WKT1_ESRI", nullptr};
-  std::string wkt;
-  if (handle && OSRExportToWktEx(handle.get(), &text, options) == OGRERR_NONE) wkt = text;
-  CPLFree(text);
-  return wkt;
+  const bool exported = handle && OSRExportToWktEx(handle.get(), &text, options) == OGRERR_NONE;
+  const GdalText owned(text);
+  return exported ? text : "";
 }
 
 /// Cells that are NoData become the grid's own; a number that the grid reads as NoData is refused.
@@ -320,10 +319,7 @@ void NewRasterDataset::WriteGrids(const std::string& target) {
 }
 
 std::string XmlText(const std::string& text) {
-  char* escaped = CPLEscapeString(text.c_str(), static_cast<int>(text.size()), CPLES_XML);
-  std::string result = escaped;
-  CPLFree(escaped);
-  return result;
+  return GdalText(CPLEscapeString(text.c_str(), static_cast<int>(text.size()), CPLES_XML)).get();
 }
 
 /// All digits that a double has.

@@ -37,8 +37,8 @@ SpatialReferencePtr ReferenceOf(GDALDatasetH dataset) {
   char* wkt = nullptr;
   const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
   const bool exported = OSRExportToWktEx(handle, &wkt, options) == OGRERR_NONE && wkt != nullptr;
+  const GdalText owned(wkt);
   const std::string text = exported ? wkt : "";
-  CPLFree(wkt);
   Quietly([&] { reference = SpatialReferenceFromText(text); });
   return reference;
 }

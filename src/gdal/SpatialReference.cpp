@@ -18,7 +18,6 @@ namespace orlinths {
 namespace {
 
 struct Freed {
-  void operator()(char* text) const { CPLFree(text); }
   void operator()(int* numbers) const { CPLFree(numbers); }
   void operator()(OGRSpatialReferenceH* list) const { OSRFreeSRSArray(list); }
   void operator()(OGRCoordinateTransformation* t) const {
@@ -32,7 +31,7 @@ std::string ToWkt(const OGRSpatialReference& definition) {
     const char* const options[] = {format, nullptr};
     char* text = nullptr;
     const OGRErr result = definition.exportToWkt(&text, options);
-    const std::unique_ptr<char, Freed> owned(text);
+    const GdalText owned(text);
     if (result == OGRERR_NONE && text != nullptr) return text;
   }
   RaiseGdal("The spatial reference cannot be written as text.");
