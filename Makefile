@@ -1,7 +1,7 @@
 # make demo     builds the tools and runs the examples, which check their own results
 # make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers;
 #               PRESET=qgis: with the plugin, in QGIS itself)
-# make test-qgis  the plugin's tests alone
+# make test-qgis  the plugin's tests alone, with a picture of every dialog in build/qgis/pictures
 # make bench    the fast ways against the plain ones
 # make install  puts `orlinths` under PREFIX and, where QGIS's development files are installed, the plugin into QGIS
 # make plugin   the plugin alone, into PLUGIN_DIR
@@ -53,7 +53,8 @@ test: all
 test-qgis:
 	@$(MAKE) --no-print-directory configure PRESET=qgis
 	@cmake --build build/qgis --parallel $(JOBS) --target qgis_tests
-	@ctest --test-dir build/qgis --output-on-failure -R '^qgis'
+	@mkdir -p build/qgis/pictures
+	@ORLINTHS_PICTURES=$(CURDIR)/build/qgis/pictures ctest --test-dir build/qgis --output-on-failure -R '^qgis'
 
 bench: all
 	@for program in $(BUILD)/bench/*Bench; do $$program; done
