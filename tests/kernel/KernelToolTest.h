@@ -15,7 +15,7 @@
 #include "runtime/Files.h"
 #include "runtime/Value.h"
 #include "support/KernelPlain.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 

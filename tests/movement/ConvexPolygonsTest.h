@@ -9,7 +9,7 @@
 #include "movement/ConvexPolygons.h"
 #include "movement/Fixes.h"
 #include "runtime/Files.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 

@@ -6,7 +6,7 @@
 
 #include "numerics/Geometry.h"
 #include "support/Wkt.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 

@@ -14,7 +14,7 @@
 #include "support/ErrorNumberOf.h"
 #include "support/Faults.h"
 #include "support/Seeded.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

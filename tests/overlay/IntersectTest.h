@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "gdal/RasterFixture.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 

@@ -15,7 +15,7 @@
 #include "raster/ZonalStats.h"
 #include "runtime/Files.h"
 #include "runtime/Value.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

@@ -13,7 +13,7 @@
 #include "runtime/Value.h"
 #include "sampling/RandomPoints.h"
 #include "support/Wkt.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tables/AddArea.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 

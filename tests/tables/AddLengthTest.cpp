@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Seeded.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "data/FakeData.h"
 #include "support/Seeded.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

@@ -6,7 +6,7 @@
 #include "data/FieldsAndDatasets.h"
 #include "support/Faults.h"
 #include "support/Seeded.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

@@ -10,7 +10,7 @@
 #include "tables/AddArea.h"
 #include "tables/AddLength.h"
 #include "tables/AddXY.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

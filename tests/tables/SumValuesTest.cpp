@@ -5,7 +5,7 @@
 
 #include "support/ErrorNumberOf.h"
 #include "support/Seeded.h"
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 namespace orlinths {
 namespace {

@@ -1,4 +1,4 @@
-#include "tables/ToolTest.h"
+#include "support/ToolTest.h"
 
 #include <sys/stat.h>
 #include <sys/wait.h>
