@@ -5,9 +5,11 @@
 
 #include <string>
 
+#include "qgis/MapBridge.h"
+
 namespace orlinths {
 
-/// The icon of the project's layer that the tools know by this name; empty when there is none.
-QIcon LayerIconOf(const std::string& name);
+/// The icon of the layer that the tools know by this name; empty when there is none.
+QIcon LayerIconOf(const MapBridge& map, const std::string& name);
 
 }  // namespace orlinths

@@ -35,6 +35,7 @@ void MapBridge::Build() const {
   if (!std::exchange(isStale_, false)) return;
   layers_.clear();
   tables_.clear();
+  tableLayers_.clear();
   pairs_.clear();
   const QStringList before = std::exchange(leftOut_, {});
   BuildGroup(*project_.layerTreeRoot(), layers_);
@@ -59,6 +60,7 @@ void MapBridge::BuildGroup(const QgsLayerTreeGroup& group, std::vector<LayerPtr>
       layers.push_back(std::move(*made));
     } else if (auto* table = std::get_if<StandaloneTablePtr>(&bridged.layer)) {
       tables_.push_back(std::move(*table));
+      tableLayers_.push_back(layer);
     } else {
       leftOut_ += layer->name() + QStringLiteral(": ") + ToQt(bridged.whyLeftOut);
     }
@@ -91,12 +93,23 @@ void MapBridge::AddLayer(LayerPtr layer) {
 
 void MapBridge::AddTable(StandaloneTablePtr table) {
   Build();
+  QgsMapLayer* inProject = nullptr;
   if (auto made = ToQgis(NotNothing(table.get()))) {
-    QgsMapLayer* inProject = project_.addMapLayer(made.release(), false);
+    inProject = project_.addMapLayer(made.release(), false);
     project_.layerTreeRoot()->addLayer(inProject);
     reload_.Remember(*inProject);
   }
   tables_.push_back(std::move(table));
+  tableLayers_.push_back(inProject);
+}
+
+const QgsMapLayer* MapBridge::LayerNamed(const std::string& name) const {
+  Build();
+  for (const Pair& pair : pairs_)
+    if (pair.layer->Name() == name) return pair.qgis;
+  for (std::size_t i = 0; i < tables_.size(); ++i)
+    if (tables_[i]->Name() == name) return tableLayers_[i];
+  return nullptr;
 }
 
 SpatialReferencePtr MapBridge::SpatialReference() const {

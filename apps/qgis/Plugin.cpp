@@ -51,7 +51,9 @@ void Plugin::initGui() {
   RegisterTools();
   application_ = std::make_unique<DesktopApplication>(qgis_);
   windows_ = std::make_unique<WindowHost>(qgis_.mainWindow());
-  windows_->iconOf = LayerIconOf;
+  windows_->iconOf = [this](const std::string& name) {
+    return LayerIconOf(application_->Bridge(), name);
+  };
   windows_->onWorkDone = [this] { application_->Bridge().WorkDone(); };
   application_->yield = [this] { windows_->Yield(); };
   SetApplication(application_.get());
