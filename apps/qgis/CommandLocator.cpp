@@ -2,6 +2,7 @@
 
 #include <qgsfeedback.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "qgis/Text.h"
@@ -18,11 +19,13 @@ void CommandLocator::fetchResults(const QString& text, const QgsLocatorContext& 
   for (const CommandInfo& command : AllCommands()) {
     if (feedback != nullptr && feedback->isCanceled()) return;
     const QString caption = ToQt(command.caption);
-    double score = fuzzyScore(caption, text);
+    const QString className = ToQt(command.className), message = ToQt(command.message);
+    double score = std::max(
+        {fuzzyScore(caption, text), fuzzyScore(message, text), fuzzyScore(className, text)});
     if (text.isEmpty() && context.usingPrefix) score = 1;
     if (score <= 0) continue;
-    QgsLocatorResult result(this, caption, ToQt(command.className));
-    result.description = ToQt(command.message);
+    QgsLocatorResult result(this, caption, className);
+    if (message.compare(caption, Qt::CaseInsensitive) != 0) result.description = message;
     result.icon = IconOf(command);
     result.score = score;
     Q_EMIT resultFetched(result);

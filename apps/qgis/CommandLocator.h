@@ -16,7 +16,8 @@ class CommandLocator : public QgsLocatorFilter {
   QgsLocatorFilter* clone() const override;
   QString name() const override { return QStringLiteral("orlinthstools"); }
   QString displayName() const override { return QStringLiteral("Orlinth's Tools"); }
-  QString prefix() const override { return QStringLiteral("ot"); }
+  /// QGIS lets plugins have three letters and more.
+  QString prefix() const override { return QStringLiteral("orl"); }
   Priority priority() const override { return Medium; }
   Flags flags() const override { return FlagFast; }
   void fetchResults(const QString& text, const QgsLocatorContext& context,
