@@ -3,6 +3,8 @@
 #include <QDir>
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 
 #include "qgis/Text.h"
 #include "runtime/Files.h"
@@ -16,21 +18,44 @@ namespace {
 
 constexpr const char* kEnding = ".json";
 
-/// The clock without signs that a file's name cannot hold: names sort as their times do.
-std::string NameFor(const Session& session) {
+struct OutcomeWord {
+  RunOutcome outcome;
+  std::string_view word;
+};
+constexpr std::array kOutcomes{
+    OutcomeWord{RunOutcome::kSucceeded, "succeeded"}, OutcomeWord{RunOutcome::kRefused, "refused"},
+    OutcomeWord{RunOutcome::kFailed, "failed"}, OutcomeWord{RunOutcome::kStopped, "stopped"}};
+
+/// "2026-03-01T12-00-00.000000000 clsRndPnt succeeded": the clock without signs that a file's name
+/// cannot hold, so that names sort as their times do.
+std::string NameFor(const Session& session, RunOutcome outcome) {
   std::string name = ClockText(session.clock.value_or(0));
   std::replace(name.begin(), name.end(), ':', '-');
-  for (const Step& step : session.steps)
-    if (const auto* click = std::get_if<steps::Click>(&step.what))
-      return name + ' ' + click->className;
+  const auto* click =
+      session.steps.empty() ? nullptr : std::get_if<steps::Click>(&session.steps.front().what);
+  if (click != nullptr) name += ' ' + click->className;
+  for (const OutcomeWord& known : kOutcomes)
+    if (known.outcome == outcome) name.append(" ").append(known.word);
   return name;
+}
+
+/// The words of a file's name, without its ending.
+std::vector<std::string> WordsOf(const std::string& path) {
+  std::vector<std::string> words(1);
+  for (const char letter : StemOf(path)) {
+    if (letter == ' ')
+      words.emplace_back();
+    else
+      words.back() += letter;
+  }
+  return words;
 }
 
 }  // namespace
 
-void HistoryFiles::Keep(const Session& session) {
+void HistoryFiles::Keep(const Session& session, RunOutcome outcome) {
   if (!QDir().mkpath(ToQt(folder_))) throw RuntimeError(ErrorNumber::kPathNotFound);
-  const std::string stem = JoinPath(folder_, NameFor(session));
+  const std::string stem = JoinPath(folder_, NameFor(session, outcome));
   std::string path = stem + kEnding;
   for (std::int64_t i = 2; files::FileExists(path); ++i)
     path = stem + " (" + ToText(i) + ')' + kEnding;
@@ -50,18 +75,16 @@ std::vector<std::string> HistoryFiles::Newest() const {
 
 KeptRun KeptRunOf(const std::string& path) {
   constexpr std::size_t kSeconds = 19, kDay = 10;  // "2026-03-01T12-00-00"
-  const std::string name = NameOf(path);
-  const std::size_t gap = std::min(name.find(' '), name.size());
+  const std::vector<std::string> words = WordsOf(path);
   KeptRun run;
-  run.when = name.substr(0, std::min(gap, kSeconds));
+  run.when = words[0].substr(0, kSeconds);
   if (run.when.size() == kSeconds) {
     run.when[kDay] = ' ';
     run.when[kDay + 3] = run.when[kDay + 6] = ':';
   }
-  if (gap < name.size()) {
-    run.className = name.substr(gap + 1);
-    run.className.resize(run.className.find_first_of(" ."));
-  }
+  if (words.size() > 1) run.className = words[1];
+  for (const OutcomeWord& known : kOutcomes)
+    if (words.size() > 2 && words[2] == known.word) run.outcome = known.outcome;
   return run;
 }
 

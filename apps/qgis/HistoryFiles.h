@@ -1,11 +1,11 @@
 // The last runs, each a session file in a folder of the user's profile.
 #pragma once
 
-#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "session/Session.h"
+#include "session/SessionRecorder.h"
 
 namespace orlinths {
 
@@ -16,7 +16,7 @@ class HistoryFiles {
 
   /// Keeps a run, and lets the oldest go where there are too many. A run-time error when it cannot
   /// be written.
-  void Keep(const Session& session);
+  void Keep(const Session& session, RunOutcome outcome);
   /// Paths of the files, the newest first.
   std::vector<std::string> Newest() const;
 
@@ -28,6 +28,7 @@ class HistoryFiles {
 struct KeptRun {
   std::string when;       ///< "2026-03-01 12:00:00"
   std::string className;  ///< "clsRndPnt"
+  std::optional<RunOutcome> outcome;
 };
 KeptRun KeptRunOf(const std::string& path);
 

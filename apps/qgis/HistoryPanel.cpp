@@ -4,9 +4,9 @@
 #include <QClipboard>
 #include <QFileDialog>
 #include <QGridLayout>
-#include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTreeWidget>
 
 #include "host/Commands.h"
 #include "qgis/Text.h"
@@ -20,15 +20,33 @@ namespace orlinths {
 namespace {
 
 constexpr int kPathRole = Qt::UserRole;
+enum Column { kTool, kTime, kOutcome, kColumns };
 
-QListWidgetItem* ItemFor(const std::string& path) {
+QString Said(std::optional<RunOutcome> outcome) {
+  if (!outcome) return {};
+  switch (*outcome) {
+    case RunOutcome::kSucceeded:
+      return QStringLiteral("Done");
+    case RunOutcome::kRefused:
+      return QStringLiteral("Not accepted");
+    case RunOutcome::kFailed:
+      return QStringLiteral("Failed");
+    case RunOutcome::kStopped:
+      return QStringLiteral("Stopped");
+  }
+  return {};
+}
+
+QTreeWidgetItem* ItemFor(const std::string& path) {
   const KeptRun run = KeptRunOf(path);
   const CommandInfo* command = FindCommand(run.className);
-  const QString caption = ToQt(command == nullptr ? run.className : command->caption);
-  auto* item = new QListWidgetItem(ToQt(run.when) + QStringLiteral("   ") + caption);
-  if (command != nullptr) item->setIcon(IconOf(*command));
-  item->setData(kPathRole, ToQt(path));
-  item->setToolTip(ToQt(path));
+  auto* item = new QTreeWidgetItem;
+  item->setText(kTool, ToQt(command == nullptr ? run.className : command->caption));
+  if (command != nullptr) item->setIcon(kTool, IconOf(*command));
+  item->setText(kTime, ToQt(run.when));
+  item->setText(kOutcome, Said(run.outcome));
+  item->setData(kTool, kPathRole, ToQt(path));
+  for (int column = 0; column < kColumns; ++column) item->setToolTip(column, ToQt(path));
   return item;
 }
 
@@ -39,8 +57,12 @@ HistoryPanel::HistoryPanel(HistoryFiles files, QWidget* parent)
   setObjectName(QStringLiteral("OrlinthsHistory"));
   auto* content = new QWidget(this);
   auto* grid = new QGridLayout(content);
-  list_ = new QListWidget(content);
+  list_ = new QTreeWidget(content);
   list_->setObjectName(QStringLiteral("runs"));
+  list_->setHeaderLabels(
+      {QStringLiteral("Tool"), QStringLiteral("Time"), QStringLiteral("Outcome")});
+  list_->setRootIsDecorated(false);
+  list_->setUniformRowHeights(true);
   grid->addWidget(list_, 0, 0, 1, 3);
   int column = 0;
   const auto add = [&](const char* name, const QString& text, const QString& tip,
@@ -50,7 +72,7 @@ HistoryPanel::HistoryPanel(HistoryFiles files, QWidget* parent)
     button->setToolTip(tip);
     button->setEnabled(false);
     connect(button, &QPushButton::clicked, this, use);
-    connect(list_, &QListWidget::itemSelectionChanged, button,
+    connect(list_, &QTreeWidget::itemSelectionChanged, button,
             [this, button] { button->setEnabled(!list_->selectedItems().isEmpty()); });
     grid->addWidget(button, 1, column++);
   };
@@ -62,25 +84,27 @@ HistoryPanel::HistoryPanel(HistoryFiles files, QWidget* parent)
   add("copy", QStringLiteral("Copy command line"),
       QStringLiteral("Copies the command that does the same in a terminal"),
       &HistoryPanel::CopyCommandLine);
-  connect(list_, &QListWidget::itemDoubleClicked, this, &HistoryPanel::RunAgain);
+  connect(list_, &QTreeWidget::itemDoubleClicked, this, &HistoryPanel::RunAgain);
   setWidget(content);
   ShowRuns();
 }
 
-void HistoryPanel::Keep(const Session& session) {
+void HistoryPanel::Keep(const Session& session, RunOutcome outcome) {
   // A history that cannot be written must not spoil the run that it tells of.
-  Quietly([&] { files_.Keep(session); });
+  Quietly([&] { files_.Keep(session, outcome); });
   ShowRuns();
 }
 
 void HistoryPanel::ShowRuns() {
   list_->clear();
-  for (const std::string& path : files_.Newest()) list_->addItem(ItemFor(path));
+  for (const std::string& path : files_.Newest()) list_->addTopLevelItem(ItemFor(path));
+  for (int column = 0; column < kColumns; ++column) list_->resizeColumnToContents(column);
 }
 
 std::string HistoryPanel::Chosen() const {
   const auto items = list_->selectedItems();
-  return items.isEmpty() ? std::string() : FromQt(items.constFirst()->data(kPathRole).toString());
+  return items.isEmpty() ? std::string()
+                         : FromQt(items.constFirst()->data(kTool, kPathRole).toString());
 }
 
 void HistoryPanel::WithChosen(

@@ -8,8 +8,7 @@
 
 #include "qgis/HistoryFiles.h"
 
-class QListWidget;
-class QPushButton;
+class QTreeWidget;
 
 namespace orlinths {
 
@@ -19,7 +18,7 @@ class HistoryPanel : public QDockWidget {
   /// The dialog of a run is to be opened as it was filled in then.
   std::function<void(const Session&)> onRunAgain;
 
-  void Keep(const Session& session);
+  void Keep(const Session& session, RunOutcome outcome);
   /// Looks at the files anew.
   void ShowRuns();
 
@@ -33,7 +32,7 @@ class HistoryPanel : public QDockWidget {
   void WithChosen(const std::function<void(const Session&, const std::string& path)>& use);
 
   HistoryFiles files_;
-  QListWidget* list_;
+  QTreeWidget* list_;
 };
 
 }  // namespace orlinths

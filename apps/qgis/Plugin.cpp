@@ -97,7 +97,7 @@ void Plugin::Click(const CommandInfo& command) {
     if (!isPlaying_) ResetGenerator();  // as in a new process, so that the run can be repeated
   }
   commands_->Click(command);
-  if (const auto session = recorder_->End()) history_->Keep(*session);
+  if (const auto session = recorder_->End()) history_->Keep(*session, recorder_->Outcome());
   if (std::string_view(command.className) == kDigitiser) application_->TakeInHand(command.caption);
 }
 
@@ -110,6 +110,9 @@ void Plugin::MakeHistory() {
   toolbar_->AddToMenu(history_->toggleViewAction());
   windows_->onStep = [this](const Dialog& dialog, const Step& step) {
     recorder_->Acted(dialog, step);
+  };
+  windows_->onStepDone = [this](const Dialog& dialog, const Step& step) {
+    recorder_->Finished(dialog, step);
   };
   windows_->onPick = [this](const steps::Pick& pick) { recorder_->Picked(pick); };
   windows_->onAnswer = [this](const std::string& question, bool yes) {

@@ -203,6 +203,7 @@ void WindowHost::Act(Step step, const std::function<void()>& act) {
   act();
   if (isPress) QApplication::restoreOverrideCursor();
   atWork_.pop_back();
+  if (onStepDone) onStepDone(dialog, step);
   ShowAllChanges();
   if (!isOutermost) return;
   ClearStop();

@@ -32,6 +32,8 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   std::function<void()> onWorkDone;
   /// A user has done this in the dialog on top.
   std::function<void(const Dialog& dialog, const Step& step)> onStep;
+  /// What that did is over; a wish to stop it is still known.
+  std::function<void(const Dialog& dialog, const Step& step)> onStepDone;
   /// A file dialog that a press opened gave this.
   std::function<void(const steps::Pick& pick)> onPick;
   /// The user has answered a question.

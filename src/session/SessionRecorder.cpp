@@ -3,8 +3,19 @@
 #include <utility>
 
 #include "runtime/Files.h"
+#include "runtime/Ports.h"
+#include "runtime/Trap.h"
 
 namespace orlinths {
+namespace {
+
+bool IsPressOfMainButton(const Dialog& dialog, const Step& step) {
+  const auto* press = std::get_if<steps::Press>(&step.what);
+  const Button* main = dialog.MainButton();
+  return press != nullptr && main != nullptr && EqualNoCase(main->name, press->control);
+}
+
+}  // namespace
 
 void SessionRecorder::Begin(const CommandInfo& command, MapContents map, std::int64_t clock) {
   session_ = {};
@@ -13,6 +24,7 @@ void SessionRecorder::Begin(const CommandInfo& command, MapContents map, std::in
   session_.steps.push_back({steps::Click{command.className}, 0});
   isRecording_ = true;
   wasRun_ = false;
+  mainPresses_ = 0;
   typedInto_ = nullptr;
 }
 
@@ -26,9 +38,9 @@ void SessionRecorder::Acted(const Dialog& dialog, const Step& step) {
     const bool goesOn = typedInto_ != nullptr && typedBefore == &dialog && last != nullptr &&
                         last->control == set->control;
     if (goesOn) session_.steps.pop_back();
-  } else if (const auto* press = std::get_if<steps::Press>(&step.what)) {
-    const Button* main = dialog.MainButton();
-    if (main != nullptr && EqualNoCase(main->name, press->control)) wasRun_ = true;
+  } else if (IsPressOfMainButton(dialog, step)) {
+    wasRun_ = true;
+    if (mainPresses_++ == 0) reportsBefore_ = ErrorReportCount();
   }
   session_.steps.push_back(step);
 }
@@ -40,6 +52,19 @@ void SessionRecorder::Picked(const steps::Pick& pick) {
 
 void SessionRecorder::Answered(const std::string& question, bool yes) {
   if (isRecording_) session_.replies.push_back({question, yes, true});
+}
+
+void SessionRecorder::Finished(const Dialog& dialog, const Step& step) {
+  if (!isRecording_ || !IsPressOfMainButton(dialog, step)) return;
+  --mainPresses_;
+  if (StopRequested())
+    outcome_ = RunOutcome::kStopped;
+  else if (ErrorReportCount() > reportsBefore_)
+    outcome_ = RunOutcome::kFailed;
+  else if (dialog.EndedInSuccess() || !dialog.IsVisible())
+    outcome_ = RunOutcome::kSucceeded;
+  else
+    outcome_ = RunOutcome::kRefused;
 }
 
 std::optional<Session> SessionRecorder::End() {

@@ -11,6 +11,15 @@
 
 namespace orlinths {
 
+/// How the last press of the main button ended; what it calls success, failure and refusal is what
+/// the command line's exit status does.
+enum class RunOutcome {
+  kSucceeded,
+  kRefused,  ///< the dialog stayed open for its user to mend something
+  kFailed,   ///< an error report was shown
+  kStopped,  ///< by its user
+};
+
 /// From the click of a command until its last dialog has closed.
 class SessionRecorder {
  public:
@@ -25,12 +34,19 @@ class SessionRecorder {
   /// The file dialog of the press at work gives this.
   void Picked(const steps::Pick& pick);
   void Answered(const std::string& question, bool yes);
+  /// What the user did in the dialog last is over. To be told before a wish to stop is forgotten.
+  void Finished(const Dialog& dialog, const Step& step);
 
   /// Ends the recording. Nothing when no main button has been pressed: nothing was run.
   std::optional<Session> End();
+  /// Of the run whose recording has ended.
+  RunOutcome Outcome() const { return outcome_; }
 
  private:
   bool isRecording_ = false, wasRun_ = false;
+  RunOutcome outcome_ = RunOutcome::kSucceeded;
+  int mainPresses_ = 0;    ///< that are at work
+  int reportsBefore_ = 0;  ///< the outermost of them
   Session session_;
   const Dialog* typedInto_ = nullptr;  ///< the dialog of the last step, if it typed into a box
 };

@@ -2,9 +2,9 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QListWidget>
 #include <QPushButton>
 #include <QTimer>
+#include <QTreeWidget>
 
 #include "component/Component.h"
 #include "host/Commands.h"
@@ -36,13 +36,15 @@ TEST(HistoryFiles, GivesTheNewestFirstAndWhatTheyWere) {
   const TempFolder folder;
   HistoryFiles history(folder / "a/b");
   EXPECT_THAT(history.Newest(), IsEmpty());
-  history.Keep(RunAt(3600 * kSecond, "clsKernel"));
-  history.Keep(RunAt(7200 * kSecond));
+  history.Keep(RunAt(3600 * kSecond, "clsKernel"), RunOutcome::kFailed);
+  history.Keep(RunAt(7200 * kSecond), RunOutcome::kSucceeded);
   const auto paths = history.Newest();
   ASSERT_EQ(paths.size(), 2U);
   EXPECT_EQ(KeptRunOf(paths[0]).when, "1970-01-01 02:00:00");
   EXPECT_EQ(KeptRunOf(paths[0]).className, "clsRndPnt");
+  EXPECT_EQ(KeptRunOf(paths[0]).outcome, RunOutcome::kSucceeded);
   EXPECT_EQ(KeptRunOf(paths[1]).className, "clsKernel");
+  EXPECT_EQ(KeptRunOf(paths[1]).outcome, RunOutcome::kFailed);
   WrittenPaths written;
   EXPECT_EQ(ReadSession(paths[1], written), RunAt(3600 * kSecond, "clsKernel"));
 }
@@ -50,34 +52,48 @@ TEST(HistoryFiles, GivesTheNewestFirstAndWhatTheyWere) {
 TEST(HistoryFiles, KeepsTwoRunsOfOneTick) {
   const TempFolder folder;
   HistoryFiles history(folder.Path());
-  for (int i = 0; i < 3; ++i) history.Keep(RunAt(kSecond));
+  for (int i = 0; i < 3; ++i) history.Keep(RunAt(kSecond), RunOutcome::kStopped);
   const auto paths = history.Newest();
   ASSERT_EQ(paths.size(), 3U);
-  for (const std::string& path : paths) EXPECT_EQ(KeptRunOf(path).className, "clsRndPnt");
+  for (const std::string& path : paths) {
+    EXPECT_EQ(KeptRunOf(path).className, "clsRndPnt");
+    EXPECT_EQ(KeptRunOf(path).outcome, RunOutcome::kStopped);
+  }
 }
 
 TEST(HistoryFiles, LetsTheOldestGo) {
   const TempFolder folder;
   HistoryFiles history(folder.Path());
   const auto most = static_cast<std::int64_t>(HistoryFiles::kMost);
-  for (std::int64_t i = 0; i < most + 3; ++i) history.Keep(RunAt(i * kSecond));
+  for (std::int64_t i = 0; i < most + 3; ++i)
+    history.Keep(RunAt(i * kSecond), RunOutcome::kSucceeded);
   const auto paths = history.Newest();
   ASSERT_EQ(paths.size(), HistoryFiles::kMost);
   EXPECT_EQ(KeptRunOf(paths.back()).when, "1970-01-01 00:00:03");
+}
+
+TEST(HistoryFiles, ReadNamesThatSayLess) {
+  EXPECT_EQ(KeptRunOf("/h/2026-03-01T12-00-00.000000001 clsKernel.json").className, "clsKernel");
+  EXPECT_EQ(KeptRunOf("/h/2026-03-01T12-00-00.000000001 clsKernel.json").outcome, std::nullopt);
+  EXPECT_EQ(KeptRunOf("/h/mine.json").when, "mine");
+  EXPECT_EQ(KeptRunOf("/h/mine.json").className, "");
 }
 
 TEST(HistoryPanel, ShowsRunsAndCopiesTheCommandLine) {
   RegisterTools();
   const TempFolder folder;
   HistoryPanel panel(HistoryFiles(folder.Path()), nullptr);
-  auto* list = panel.findChild<QListWidget*>();
+  auto* list = panel.findChild<QTreeWidget*>();
   auto* copy = panel.findChild<QPushButton*>(QStringLiteral("copy"));
   ASSERT_NE(copy, nullptr);
   EXPECT_FALSE(copy->isEnabled());
-  panel.Keep(RunAt(kSecond));
-  ASSERT_EQ(list->count(), 1);
-  EXPECT_EQ(list->item(0)->text(), QStringLiteral("1970-01-01 00:00:01   Generate Random Points"));
-  list->setCurrentRow(0);
+  panel.Keep(RunAt(kSecond), RunOutcome::kRefused);
+  ASSERT_EQ(list->topLevelItemCount(), 1);
+  QTreeWidgetItem* run = list->topLevelItem(0);
+  EXPECT_EQ(run->text(0), QStringLiteral("Generate Random Points"));
+  EXPECT_EQ(run->text(1), QStringLiteral("1970-01-01 00:00:01"));
+  EXPECT_EQ(run->text(2), QStringLiteral("Not accepted"));
+  list->setCurrentItem(run);
   EXPECT_TRUE(copy->isEnabled());
   copy->click();
   EXPECT_EQ(QApplication::clipboard()->text(),

@@ -148,8 +148,10 @@ TEST(SessionsInQgis, EndAsOnTheCommandLineAndSoDoTheRunsInTheHistory) {
     sessionsOf[OnlyClick(kSessions + '/' + name + ".json")].push_back(name);
   const std::string history = profile / "profiles/default/orlinths/history";
   ASSERT_TRUE(files::FolderExists(history));
-  for (const std::string& name : files::NamesIn(history))
+  for (const std::string& name : files::NamesIn(history)) {
     runsOf[OnlyClick(JoinPath(history, name))].push_back(JoinPath(history, name));
+    EXPECT_NE(name.find(" succeeded"), name.npos) << name;
+  }
   int replayed = 0;
   for (const auto& [className, runs] : runsOf) {
     if (runs.size() != 1 || sessionsOf[className].size() != 1) continue;

@@ -270,11 +270,14 @@ TEST_F(WindowTest, EscDuringARunStopsItAndLeavesTheDialogOpen) {
       FAIL() << "the run went on";
     });
   };
+  std::vector<bool> stopKnown;
+  host.onStepDone = [&](const Dialog&, const Step&) { stopKnown.push_back(StopRequested()); };
   While(dialog, [&] {
     Of<QAbstractButton>(*dialog.btnOK).click();
     EXPECT_THAT(messages, ElementsAre("Trial: \r18\rUser interrupt occurred"));
     EXPECT_TRUE(dialog.IsVisible());
     EXPECT_FALSE(StopRequested());
+    EXPECT_THAT(stopKnown, ElementsAre(true));
   });
 }
 

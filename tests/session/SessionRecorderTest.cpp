@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include "runtime/Ports.h"
+#include "runtime/Trap.h"
+#include "support/TestHost.h"
+
 namespace orlinths {
 namespace {
 
@@ -9,6 +13,7 @@ using ::testing::ElementsAre;
 
 class frmTrial : public Dialog {
  public:
+  using Dialog::Succeeded;
   frmTrial() : Dialog("frmTrial", "Trial") {
     Add<TextBox>("txtName", "Name:");
     Add<CheckBox>("chkExtra", "Extra");
@@ -70,6 +75,79 @@ TEST(SessionRecorder, KeepsACancelledChoice) {
   EXPECT_THAT(recorder.End()->steps,
               ElementsAre(Step{steps::Click{"clsRndPnt"}, 0},
                           Step{steps::Press{"btnFile", steps::Pick{}}, 0}, Press("btnOK")));
+}
+
+/// Presses the main button as a window does, and gives how the run ended.
+class RunOutcomeTest : public ::testing::Test {
+ protected:
+  RunOutcomeTest() {
+    host.Open<frmTrial>();
+    recorder.Begin(Command(), {}, 0);
+  }
+  ~RunOutcomeTest() override { ClearStop(); }
+  frmTrial& Trial() { return host.Last<frmTrial>(); }
+  void PressOk(std::function<void()> handler) {
+    Button* button = Trial().MainButton();
+    button->OnClick = std::move(handler);
+    recorder.Acted(Trial(), Press("btnOK"));
+    Trial().Press(*button);
+    recorder.Finished(Trial(), Press("btnOK"));
+  }
+  RunOutcome Outcome() {
+    EXPECT_TRUE(recorder.End());
+    return recorder.Outcome();
+  }
+
+  TestHost host;
+  SessionRecorder recorder;
+};
+
+TEST_F(RunOutcomeTest, IsSuccessWhereTheToolSaysSo) {
+  PressOk([this] { Trial().Succeeded(); });
+  EXPECT_EQ(Outcome(), RunOutcome::kSucceeded);
+}
+
+TEST_F(RunOutcomeTest, IsSuccessWhereTheDialogCloses) {
+  PressOk([this] { Trial().Unload(); });
+  EXPECT_EQ(Outcome(), RunOutcome::kSucceeded);
+}
+
+TEST_F(RunOutcomeTest, IsARefusalWhereTheDialogStaysOpen) {
+  PressOk([] {});
+  EXPECT_EQ(Outcome(), RunOutcome::kRefused);
+}
+
+TEST_F(RunOutcomeTest, IsAFailureWhereAReportWasShown) {
+  PressOk([this] {
+    ReportError("Trial: ", 6, "Overflow");
+    Trial().Unload();
+  });
+  EXPECT_EQ(Outcome(), RunOutcome::kFailed);
+}
+
+TEST_F(RunOutcomeTest, IsAStopWhereTheUserAskedForOne) {
+  PressOk([] {
+    RequestStop();
+    ReportError("Trial: ", 18, "User interrupt occurred");
+  });
+  EXPECT_EQ(Outcome(), RunOutcome::kStopped);
+}
+
+TEST_F(RunOutcomeTest, IsThatOfTheLastPress) {
+  PressOk([] { ReportError("Trial: ", 6, "Overflow"); });
+  PressOk([this] { Trial().Succeeded(); });
+  EXPECT_EQ(Outcome(), RunOutcome::kSucceeded);
+}
+
+TEST_F(RunOutcomeTest, CountsWhatADialogInBetweenReported) {
+  frmTrial inner;
+  PressOk([&] {
+    ReportError("Trial: ", 6, "Overflow");
+    recorder.Acted(inner, Press("btnOK"));
+    recorder.Finished(inner, Press("btnOK"));
+    Trial().Unload();
+  });
+  EXPECT_EQ(Outcome(), RunOutcome::kFailed);
 }
 
 TEST(SessionRecorder, GivesNothingWhereNothingWasRun) {
