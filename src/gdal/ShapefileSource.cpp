@@ -147,6 +147,10 @@ class ShapefileSource final : public VectorSource {
     if (!reader->dataset || reader->dataset->GetLayerCount() == 0)
       RaiseGdal("The file " + Path() + " cannot be opened.");
     reader->layer = reader->dataset->GetLayer(0);
+    // OGR opens shapes whose table it cannot read, and numbers the rows in its place.
+    const std::optional<int> columns = store_->FileColumnCount();
+    if (columns && reader->layer->GetLayerDefn()->GetFieldCount() != *columns)
+      RaiseGdal("The table of " + Path() + " cannot be read.");
     return reader;
   }
   int FileColumn(int field) const override { return store_->FileColumn(field); }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "data/Field.h"
@@ -57,6 +58,8 @@ class ShapefileStore {
 
   // --- what a reader must know: everything else comes from the file.
   virtual bool HasPendingEdits() const = 0;
+  /// Columns of the table's file as it stands on disk; nothing for a shapefile without a table.
+  virtual std::optional<int> FileColumnCount() const = 0;
   /// Position of a column among the file's own columns (from 0), or -1 for one added since.
   virtual int FileColumn(int field) const = 0;
   /// The pending value, or false when the file's value stands. A column added and not yet filled

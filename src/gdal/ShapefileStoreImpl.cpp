@@ -218,6 +218,11 @@ const ShapefileStoreImpl::Column& ShapefileStoreImpl::ColumnAt(int field) const 
   return columns_[static_cast<std::size_t>(field - FirstColumn())];
 }
 
+std::optional<int> ShapefileStoreImpl::FileColumnCount() const {
+  if (!hasTable_) return std::nullopt;
+  return static_cast<int>(layout_.columns.size());
+}
+
 int ShapefileStoreImpl::FileColumn(int field) const {
   if (field >= 0 && field < FirstColumn()) return -1;
   return ColumnAt(field).fileColumn;

@@ -39,6 +39,7 @@ class ShapefileStoreImpl final : public ShapefileStore {
   void DeleteRow(Oid oid) override;
 
   bool HasPendingEdits() const override { return isEdited_; }
+  std::optional<int> FileColumnCount() const override;
   int FileColumn(int field) const override;
   bool PendingValue(Oid oid, int field, Value& value) const override;
   const orlinths::Geometry* PendingShape(Oid oid) const override;

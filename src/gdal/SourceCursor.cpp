@@ -287,7 +287,11 @@ OGRFeatureUniquePtr SourceCursor::Fetch() {
         ++at_;
         continue;
       }
-      return OGRFeatureUniquePtr(reader_->layer->GetFeature(oids_[at_++]));
+      const Oid oid = oids_[at_++];
+      OGRFeatureUniquePtr feature(reader_->layer->GetFeature(oid));
+      if (!feature)
+        RaiseGdal("The row " + ToText(oid) + " of " + source_.Path() + " cannot be read.");
+      return feature;
     }
     return nullptr;
   }

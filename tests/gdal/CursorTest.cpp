@@ -3,6 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <numeric>
+
 #include "data/Workspace.h"
 #include "gdal/OgrFixture.h"
 #include "runtime/Files.h"
@@ -76,6 +79,52 @@ TEST_F(CursorTest, GoesWithoutAFailureWhateverAllocationFails) {
   }
 }
 
+// OGR opens shapes without a table that it cannot read, and may end a walk at what it cannot.
+TEST_F(CursorTest, WhatCannotBeReadIsNeverTakenForSomethingElse) {
+  constexpr int kRows = 20;
+  for (const std::string ending : {".shp", ".gpkg"}) {
+    const bool isShapefile = ending == ".shp";
+    const std::string path = folder / ("points" + ending);
+    std::vector<Oid> all(kRows);
+    std::iota(all.begin(), all.end(), isShapefile ? 0 : 1);
+    const auto make = [&] {
+      std::vector<OgrRow> rows;
+      for (int i = 0; i < kRows; ++i)
+        rows.push_back({"POINT(" + std::to_string(i) + " 1)", {std::to_string(i), "a"}});
+      std::filesystem::remove(path);
+      WriteOgr(isShapefile ? "ESRI Shapefile" : "GPKG", path, wkbPoint,
+               {{"V", OFTInteger, 9}, {"NAME", OFTString, 10}}, rows);
+      return OpenFeatureClassByPath(path);
+    };
+    for (const FaultKind kind : {FaultKind::kOpen, FaultKind::kRead}) {
+      for (const bool byOid : {false, true}) {
+        SCOPED_TRACE(ending + (byOid ? " by OID, kind " : ", kind ") +
+                     std::to_string(static_cast<int>(kind)));
+        int strikes = 0;
+        for (bool struck = true; struck; strikes += struck) {
+          const FeatureClassPtr before = make();  // replaced, so that the walk opens it anew
+          const FeatureClassPtr points = make();
+          std::vector<double> values;
+          const Fault fault(kind, strikes + 1);
+          const bool isRead = Quietly([&] {
+            const int field = points->FindField("V");
+            const CursorPtr rows = byOid ? points->SearchOids(all) : points->Search();
+            while (const IRow* row = rows->Next()) {
+              values.push_back(row->GetDouble(field));
+              if (row->Point().x != values.back()) values.back() = -1;
+            }
+          });
+          struck = fault.HasStruck();
+          ASSERT_TRUE(isRead || struck);
+          ASSERT_TRUE(!isRead || values.size() == std::size_t{kRows});
+          for (std::size_t i = 0; i < values.size(); ++i) ASSERT_EQ(values[i], double(i));
+        }
+        EXPECT_TRUE(strikes > 0 || !isShapefile);  // others keep what opening has opened
+      }
+    }
+  }
+}
+
 TEST_F(CursorTest, SeveralWalkOneClassAtOnce) {
   const FeatureClassPtr points = Points(5);
   int pairs = 0;
@@ -116,7 +165,7 @@ void ExpectOneAnswer(const ITable& table) {
 }
 
 TEST_F(CursorTest, EveryWayToReadAValueGivesTheSame) {
-  const std::vector<OgrColumn> columns = {{"SMALL", OFTInteger, 4},  {"WHOLE", OFTInteger, 9},
+  const std::vector<OgrColumn> columns = {{"SMALL", OFTInteger, 4},   {"WHOLE", OFTInteger, 9},
                                           {"SINGLE", OFTReal, 12, 3}, {"DOUBLE", OFTReal, 24, 10},
                                           {"NAME", OFTString, 20},    {"DAY", OFTDate}};
   const std::vector<OgrRow> rows = {

@@ -37,6 +37,8 @@ std::string NameOf(FaultKind kind) {
   switch (kind) {
     case FaultKind::kOpen:
       return "open";
+    case FaultKind::kRead:
+      return "read";
     case FaultKind::kWrite:
       return "write";
     case FaultKind::kSync:

@@ -16,9 +16,9 @@
 namespace orlinths {
 
 /// The kinds of calls whose failure a run has to survive.
-inline constexpr FaultKind kCallsOfRuns[] = {FaultKind::kOpen,  FaultKind::kWrite,
-                                             FaultKind::kSync,  FaultKind::kRename,
-                                             FaultKind::kClose, FaultKind::kOwnAllocation};
+inline constexpr FaultKind kCallsOfRuns[] = {
+    FaultKind::kOpen,   FaultKind::kRead,  FaultKind::kWrite,        FaultKind::kSync,
+    FaultKind::kRename, FaultKind::kClose, FaultKind::kOwnAllocation};
 std::string NameOf(FaultKind kind);
 
 /// Calls `run(underFault)` again and again. It prepares, hands what is to fail to

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 
@@ -35,7 +36,8 @@ enum class Verdict { kGoOn, kFail, kDieAfter };
 Verdict Judge(FaultKind kind) {
   if (!armed.load(std::memory_order_relaxed)) return Verdict::kGoOn;
   const bool isAllocation = kind == FaultKind::kAllocation || kind == FaultKind::kOwnAllocation;
-  const bool isMeant = kind == armedKind || (armedKind == FaultKind::kAnyCall && !isAllocation) ||
+  const bool isAnyCall = !isAllocation && kind != FaultKind::kRead;
+  const bool isMeant = kind == armedKind || (armedKind == FaultKind::kAnyCall && isAnyCall) ||
                        (armedKind == FaultKind::kAllocation && isAllocation);
   if (!isMeant) return Verdict::kGoOn;
   const std::int64_t call = ++calls;
@@ -60,6 +62,20 @@ template <class Call>
 auto Meet(FaultKind kind, int error, Call call) -> decltype(call()) {
   const Verdict verdict = Judge(kind);
   if (verdict == Verdict::kFail) return Fail(error);
+  const auto result = call();
+  if (verdict == Verdict::kDieAfter) Die();
+  return result;
+}
+
+/// The same of a stream, which remembers its errors.
+template <class Call>
+auto MeetStream(FaultKind kind, int error, FILE* stream, Call call) -> decltype(call()) {
+  const Verdict verdict = Judge(kind);
+  if (verdict == Verdict::kFail) {
+    stream->_flags |= _IO_ERR_SEEN;
+    errno = error;
+    return {};
+  }
   const auto result = call();
   if (verdict == Verdict::kDieAfter) Die();
   return result;
@@ -105,6 +121,7 @@ std::int64_t Fault::Calls() const { return calls; }
 
 using orlinths::FaultKind;
 using orlinths::Meet;
+using orlinths::MeetStream;
 using orlinths::MeetWrite;
 using orlinths::Next;
 
@@ -122,6 +139,43 @@ extern "C" {
 ORLINTHS_OPEN(open)
 ORLINTHS_OPEN(open64)
 #undef ORLINTHS_OPEN
+
+#define ORLINTHS_FOPEN(name)                                                                    \
+  FILE* name(const char* path, const char* mode) {                                              \
+    static const auto real = Next<FILE*(const char*, const char*)>(#name);                      \
+    if (orlinths::Judge(FaultKind::kOpen) == orlinths::Verdict::kGoOn) return real(path, mode); \
+    errno = EACCES;                                                                             \
+    return nullptr;                                                                             \
+  }
+ORLINTHS_FOPEN(fopen)
+ORLINTHS_FOPEN(fopen64)
+#undef ORLINTHS_FOPEN
+
+ssize_t read(int descriptor, void* bytes, size_t count) {
+  static const auto real = Next<ssize_t(int, void*, size_t)>("read");
+  return Meet(FaultKind::kRead, EIO, [&] { return real(descriptor, bytes, count); });
+}
+
+#define ORLINTHS_PREAD(name)                                                                      \
+  ssize_t name(int descriptor, void* bytes, size_t count, off_t position) {                       \
+    static const auto real = Next<ssize_t(int, void*, size_t, off_t)>(#name);                     \
+    return Meet(FaultKind::kRead, EIO, [&] { return real(descriptor, bytes, count, position); }); \
+  }
+ORLINTHS_PREAD(pread)
+ORLINTHS_PREAD(pread64)
+#undef ORLINTHS_PREAD
+
+size_t fread(void* bytes, size_t size, size_t count, FILE* stream) {
+  static const auto real = Next<size_t(void*, size_t, size_t, FILE*)>("fread");
+  return MeetStream(FaultKind::kRead, EIO, stream,
+                    [&] { return real(bytes, size, count, stream); });
+}
+
+size_t fwrite(const void* bytes, size_t size, size_t count, FILE* stream) {
+  static const auto real = Next<size_t(const void*, size_t, size_t, FILE*)>("fwrite");
+  return MeetStream(FaultKind::kWrite, ENOSPC, stream,
+                    [&] { return real(bytes, size, count, stream); });
+}
 
 ssize_t write(int descriptor, const void* bytes, size_t count) {
   static const auto real = Next<ssize_t(int, const void*, size_t)>("write");
@@ -161,6 +215,15 @@ int link(const char* from, const char* to) noexcept {
 int unlink(const char* path) noexcept {
   static const auto real = Next<int(const char*)>("unlink");
   return Meet(FaultKind::kAnyCall, EIO, [&] { return real(path); });
+}
+
+int fclose(FILE* stream) {
+  static const auto real = Next<int(FILE*)>("fclose");
+  const auto verdict = orlinths::Judge(FaultKind::kClose);
+  const int result = real(stream);
+  if (verdict == orlinths::Verdict::kDieAfter) orlinths::Die();
+  if (verdict == orlinths::Verdict::kFail) return orlinths::Fail(EIO);
+  return result;
 }
 
 int close(int descriptor) {

@@ -1,6 +1,7 @@
 // Makes system calls and allocations of this process fail, or the process die, at a chosen one.
-// Link `test_faults` into the test program: its definitions of open, write, fsync, rename, close
-// and operator new stand before the C library's, also for the libraries used.
+// Link `test_faults` into the test program: its definitions of open, read, write, fsync, rename,
+// close, of the same on streams, and of operator new stand before the C library's, also for the
+// libraries used.
 #pragma once
 
 #include <cstdint>
@@ -8,14 +9,15 @@
 namespace orlinths {
 
 enum class FaultKind {
-  kOpen,
-  kWrite,  ///< write, pwrite, ftruncate
+  kOpen,   ///< open, fopen
+  kRead,   ///< read, pread, fread
+  kWrite,  ///< write, pwrite, fwrite, ftruncate
   kSync,
   kRename,
-  kClose,  ///< the file is closed and the call reports a failure
+  kClose,  ///< close, fclose: the file is closed and the call reports a failure
   kAllocation,
   kOwnAllocation,  ///< made by the program's own code, not by a library that would not survive it
-  kAnyCall,  ///< any system call above, and unlink and link
+  kAnyCall,        ///< any system call above that is no reading, and unlink and link
 };
 
 enum class FaultAction {
