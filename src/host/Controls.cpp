@@ -76,7 +76,8 @@ void Control::RestoreDesign() {
 }
 
 void Control::Fire(const std::function<void()>& handler, const char* event) {
-  if (handler) Trap(name + '_' + event + ": ", handler);
+  // The label is made when it is needed: making it beforehand could fail, outside any trap.
+  if (handler) TrapWithHead([&] { return name + '_' + event + ": "; }, handler);
 }
 
 // ---- TextBox
