@@ -14,7 +14,7 @@
 #include <ogrsf_frmts.h>
 
 #include "gdal/Library.h"
-#include "gdal/SpatialIndex.h"
+#include "data/SpatialIndex.h"
 #include "numerics/PolygonLocator.h"
 
 namespace orlinths {

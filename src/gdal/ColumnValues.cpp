@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cmath>
-#include <limits>
 
+#include "data/ColumnValue.h"
 #include "runtime/RuntimeError.h"
 
 namespace orlinths {
@@ -28,22 +28,6 @@ double WholeFor(const ColumnKind& kind, double number, bool& needsWidening) {
   }
   if (!FitsColumn(kind, whole)) TooLarge(ToText(number), kind.column);
   return whole;
-}
-
-Date DateOf(const Value& value) {
-  if (const Date* date = value.As<Date>()) return *date;
-  if (const std::string* text = value.As<std::string>()) {
-    const auto date = Date::Parse(*text);
-    if (!date) throw RuntimeError(ErrorNumber::kTypeMismatch);
-    return *date;
-  }
-  constexpr double kEpochSerial = 25569, kDayMilliseconds = 86'400'000;
-  const double milliseconds = std::nearbyint((ToDouble(value) - kEpochSerial) * kDayMilliseconds);
-  const double first = static_cast<double>(Date::FromCivil(1, 1, 1)->milliseconds);
-  const double last =
-      static_cast<double>(Date::FromCivil(9999, 12, 31, 23, 59, 59, 999)->milliseconds);
-  if (!(milliseconds >= first && milliseconds <= last)) throw RuntimeError(ErrorNumber::kOverflow);
-  return Date{static_cast<std::int64_t>(milliseconds)};
 }
 
 }  // namespace
@@ -86,7 +70,7 @@ std::string BytesFor(const ColumnKind& kind, const Value& value, const DbfText& 
       throw RuntimeError::Platform("The field " + column.name + " has no room for a date.");
     if (!value.IsNull() && !value.IsEmpty()) {
       bytes.resize(8);
-      EncodeDate(DateOf(value), bytes.data());
+      EncodeDate(ToDate(value), bytes.data());
     }
   } else if (column.type == 'C' || column.type == 'L') {
     if (!value.IsNull()) bytes = text.Encode(ToText(value));

@@ -1,8 +1,8 @@
 #include "gdal/OgrShapes.h"
 
-#include <algorithm>
-#include <span>
 #include <type_traits>
+
+#include "numerics/ShapeBuilder.h"
 
 namespace orlinths {
 namespace {
@@ -16,32 +16,17 @@ class Parts {
 
   void Add(const OGRSimpleCurve& curve) {
     const int count = curve.getNumPoints();
-    const std::size_t begin = coords_.size(), end = begin + static_cast<std::size_t>(count);
-    starts_.push_back(static_cast<std::int32_t>(begin));
-    coords_.resize(end);
+    const auto into = builder_.AddPart(static_cast<std::size_t>(count), curve.Is3D() != FALSE,
+                                       curve.IsMeasured() != FALSE);
     if (count == 0) return;
-    const bool hasZ = curve.Is3D(), hasM = curve.IsMeasured();
-    if (hasZ) z_.resize(begin, 0);
-    if (hasM) m_.resize(begin, Point::kNone);
-    if (hasZ || !z_.empty()) z_.resize(end, 0);
-    if (hasM || !m_.empty()) m_.resize(end, Point::kNone);
     // Into the array itself: the layouts agree.
-    curve.getPoints(&coords_[begin].x, sizeof(Coord), &coords_[begin].y, sizeof(Coord),
-                    hasZ ? &z_[begin] : nullptr, sizeof(double), hasM ? &m_[begin] : nullptr,
-                    sizeof(double));
+    curve.getPoints(&into.coords->x, sizeof(Coord), &into.coords->y, sizeof(Coord), into.z,
+                    sizeof(double), into.m, sizeof(double));
   }
   void Add(const OGRPoint& p) {
     if (p.IsEmpty()) return;
-    if (starts_.empty()) starts_.push_back(0);
-    if (p.Is3D() || !z_.empty()) {
-      z_.resize(coords_.size(), 0);
-      z_.push_back(p.Is3D() ? p.getZ() : 0);
-    }
-    if (p.IsMeasured() || !m_.empty()) {
-      m_.resize(coords_.size(), Point::kNone);
-      m_.push_back(p.IsMeasured() ? p.getM() : Point::kNone);
-    }
-    coords_.push_back({p.getX(), p.getY()});
+    builder_.AddPoint(p.getX(), p.getY(), p.Is3D() ? p.getZ() : Point::kNone,
+                      p.IsMeasured() ? p.getM() : Point::kNone);
   }
   void Add(const OGRPolygon& polygon) {
     if (const OGRLinearRing* shell = polygon.getExteriorRing()) AddRing(*shell, true);
@@ -78,30 +63,16 @@ class Parts {
         break;
     }
   }
-  template <class T>
-  Geometry Take() {
-    T shape;
-    if (!coords_.empty())
-      shape.Assign(std::move(coords_), std::move(starts_), std::move(z_), std::move(m_));
-    return shape;
-  }
+  Geometry Take(GeometryType type) { return builder_.Take(type); }
 
  private:
   void AddRing(const OGRLinearRing& ring, bool isShell) {
     Add(ring);
-    if (direction_ == RingDirection::kAsStored) return;
-    const auto begin = starts_.back();
-    const double area = SignedRingArea(std::span(coords_).subspan(static_cast<std::size_t>(begin)));
-    if (!(isShell ? area < 0 : area > 0)) return;
-    std::reverse(coords_.begin() + begin, coords_.end());
-    for (std::vector<double>* ordinates : {&z_, &m_})
-      if (!ordinates->empty()) std::reverse(ordinates->begin() + begin, ordinates->end());
+    if (direction_ == RingDirection::kByRole) builder_.TurnRing(isShell);
   }
 
   RingDirection direction_;
-  std::vector<Coord> coords_;
-  std::vector<std::int32_t> starts_;
-  std::vector<double> z_, m_;
+  ShapeBuilder builder_;
 };
 
 GeometryType TypeOf(const OGRGeometry& shape) {
@@ -197,32 +168,7 @@ Geometry ToPlain(const OGRGeometry* shape, RingDirection direction) {
   Parts parts(direction);
   const GeometryType type = TypeOf(*shape);
   parts.AddAny(*shape, type);
-  switch (type) {
-    case GeometryType::kMultipoint:
-      return parts.Take<Multipoint>();
-    case GeometryType::kPolyline:
-      return parts.Take<Polyline>();
-    case GeometryType::kPolygon:
-      return parts.Take<Polygon>();
-    default:
-      return {};
-  }
-}
-
-Geometry EmptyShape(GeometryType type) {
-  switch (type) {
-    case GeometryType::kPoint:
-      return Point();
-    case GeometryType::kMultipoint:
-      return Multipoint();
-    case GeometryType::kPolyline:
-    case GeometryType::kLine:
-      return Polyline();
-    case GeometryType::kPolygon:
-      return Polygon();
-    default:
-      return {};
-  }
+  return parts.Take(type);
 }
 
 std::unique_ptr<OGRGeometry> ToOgr(const Geometry& shape, OGRwkbGeometryType wanted) {

@@ -25,9 +25,6 @@ enum class RingDirection {
 /// null geometry; a collection the parts of its first member's type.
 Geometry ToPlain(const OGRGeometry* shape, RingDirection direction);
 
-/// An empty shape of that type; a null geometry for kNull.
-Geometry EmptyShape(GeometryType type);
-
 /// A geometry that a layer of type `wanted` takes: single or multi as the layer is, multi where it
 /// does not say. Rings of a polygon become shells and holes by how they lie. Nothing for null.
 std::unique_ptr<OGRGeometry> ToOgr(const Geometry& shape, OGRwkbGeometryType wanted);

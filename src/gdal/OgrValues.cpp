@@ -1,37 +1,16 @@
 #include "gdal/OgrValues.h"
 
 #include <cmath>
-#include <limits>
 #include <optional>
 
+#include "data/ColumnValue.h"
+#include "data/WhereText.h"
 #include "runtime/Date.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
 
 namespace orlinths {
 namespace {
-
-bool Fits32(double v) {
-  return v >= std::numeric_limits<std::int32_t>::min() &&
-         v <= std::numeric_limits<std::int32_t>::max();
-}
-
-bool Fits16(double v) {
-  return v >= std::numeric_limits<std::int16_t>::min() &&
-         v <= std::numeric_limits<std::int16_t>::max();
-}
-
-Value WholeValue(double v, bool small) {
-  if (v != std::trunc(v) || !Fits32(v)) return v;
-  if (small && Fits16(v)) return static_cast<std::int16_t>(v);
-  return static_cast<std::int32_t>(v);
-}
-
-Value SingleValue(double v) {
-  if (std::abs(v) > static_cast<double>(std::numeric_limits<float>::max()) && std::isfinite(v))
-    return v;
-  return static_cast<float>(v);
-}
 
 Value DefaultOf(FieldType type) {
   switch (type) {
@@ -82,11 +61,6 @@ std::string DateLiteral(const Date& date, Dialect dialect) {
     if (text.size() > 10) text[10] = ' ';
   }
   return "'" + text + "'";
-}
-
-bool IsNameByte(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
-         (c & 0x80) != 0;
 }
 
 }  // namespace
@@ -161,13 +135,10 @@ Value ReadValue(const OGRFeature& feature, int column, FieldType type, bool know
   if (!feature.IsFieldSetAndNotNull(column)) return knowsNull ? Value(Null{}) : DefaultOf(type);
   switch (type) {
     case FieldType::kSmallInteger:
-      return WholeValue(RawNumber(feature, column), true);
     case FieldType::kInteger:
-      return WholeValue(RawNumber(feature, column), false);
     case FieldType::kSingle:
-      return SingleValue(RawNumber(feature, column));
     case FieldType::kDouble:
-      return RawNumber(feature, column);
+      return NumberValue(RawNumber(feature, column), type);
     case FieldType::kDate:
       return ReadDate(feature, column);
     case FieldType::kText:
@@ -227,43 +198,13 @@ void WriteValue(OGRFeature& feature, int column, const Value& value) {
 
 std::string ToOgrWhere(std::string_view where, Dialect dialect, std::string_view oidName,
                        std::string_view fidColumn) {
-  std::string out;
-  std::size_t i = 0;
-  while (i < where.size()) {
-    const char c = where[i];
-    if (c == '\'' || c == '"') {
-      // A doubled quote inside reads as an end and a new beginning, which comes to the same.
-      const std::size_t end = std::min(where.find(c, i + 1), where.size() - 1);
-      out += where.substr(i, end + 1 - i);
-      i = end + 1;
-    } else if (c == '#') {
-      const std::size_t end = where.find('#', i + 1);
-      const auto inner =
-          end == std::string_view::npos ? std::string_view() : where.substr(i + 1, end - i - 1);
-      if (const std::optional<Date> date = Date::Parse(inner)) {
-        out += DateLiteral(*date, dialect);
-        i = end + 1;
-      } else {
-        out += c;
-        ++i;
-      }
-    } else if (IsNameByte(c)) {
-      std::size_t end = i;
-      while (end < where.size() && IsNameByte(where[end])) ++end;
-      const std::string_view name = where.substr(i, end - i);
-      if (!oidName.empty() && EqualNoCase(name, oidName)) {
-        out += dialect == Dialect::kSql && !fidColumn.empty() ? "\"" + std::string(fidColumn) + "\""
-                                                              : "FID";
-      } else {
-        out += name;
-      }
-      i = end;
-    } else {
-      out += c;
-      ++i;
-    }
-  }
-  return out;
+  return RewriteWhere(
+      where, [&](const Date& date) { return DateLiteral(date, dialect); },
+      [&](std::string_view name) {
+        if (oidName.empty() || !EqualNoCase(name, oidName)) return std::string(name);
+        return dialect == Dialect::kSql && !fidColumn.empty() ? "\"" + std::string(fidColumn) + "\""
+                                                              : std::string("FID");
+      });
 }
 
 }  // namespace orlinths

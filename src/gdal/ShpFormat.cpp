@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "gdal/RingOrder.h"
+#include "numerics/RingOrder.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Value.h"
 

@@ -5,6 +5,7 @@
 
 #include <cpl_conv.h>
 
+#include "data/ColumnValue.h"
 #include "gdal/Library.h"
 #include "gdal/OgrShapes.h"
 #include "runtime/Files.h"
@@ -31,13 +32,6 @@ class RingsAsStored {
   static constexpr const char* kOption = "OGR_ORGANIZE_POLYGONS";
   bool set_;
 };
-
-/// An OID as tables show it: 32 bits where it fits.
-Value OidValue(Oid oid) {
-  const auto narrow = static_cast<std::int32_t>(oid);
-  if (narrow == oid) return narrow;
-  return static_cast<double>(oid);
-}
 
 /// Tells the layer what will not be read. Columns of the filter stay: some drivers evaluate it on
 /// the row as read.
@@ -67,10 +61,6 @@ void IgnoreFields(OGRLayer& layer, const std::optional<std::vector<std::string>>
 [[noreturn]] void NoShape() { throw RuntimeError(ErrorNumber::kObjectNotSet); }
 
 }  // namespace
-
-void RaiseNotEditable(const Field& field) {
-  throw RuntimeError::Platform("The field " + field.name + " cannot be edited.");
-}
 
 // --- SourceRow
 
@@ -368,49 +358,6 @@ void SourceCursor::DeleteRow(IRow& row) {
 
 void SourceCursor::Flush() {
   if (writable_) source_.EndUpdate();
-}
-
-// --- RowBuffer
-
-RowBuffer::RowBuffer(std::shared_ptr<VectorSource> source, bool hasShape)
-    : source_(std::move(source)), hasShape_(hasShape) {}
-
-std::size_t RowBuffer::Slot(int field) const {
-  const int first = hasShape_ ? 2 : 1;
-  if (field < 0 || field >= Fields().FieldCount()) throw RuntimeError(ErrorNumber::kSubscript);
-  if (values_.size() != static_cast<std::size_t>(Fields().FieldCount() - first))
-    values_.resize(static_cast<std::size_t>(Fields().FieldCount() - first));
-  if (field < first) RaiseNotEditable(Fields()[field]);
-  return static_cast<std::size_t>(field - first);
-}
-
-Value RowBuffer::GetValue(int field) const {
-  if (field >= 0 && field < (hasShape_ ? 2 : 1)) return {};
-  return values_[Slot(field)];
-}
-
-void RowBuffer::SetValue(int field, const Value& value) { values_[Slot(field)] = value; }
-
-const Geometry& RowBuffer::Shape() const {
-  if (!hasShape_) NoShape();
-  return shape_;
-}
-
-void RowBuffer::SetShape(Geometry shape) {
-  if (!hasShape_) NoShape();
-  shape_ = std::move(shape);
-}
-
-const std::vector<Value>& RowBuffer::Values() {
-  values_.resize(static_cast<std::size_t>(Fields().FieldCount() - (hasShape_ ? 2 : 1)));
-  return values_;
-}
-
-const std::vector<Value>& ValuesOf(IRow& row, int firstColumn, std::vector<Value>& space) {
-  if (auto* buffer = dynamic_cast<RowBuffer*>(&row)) return buffer->Values();
-  space.clear();
-  for (int i = firstColumn; i < row.Fields().FieldCount(); ++i) space.push_back(row.GetValue(i));
-  return space;
 }
 
 }  // namespace orlinths

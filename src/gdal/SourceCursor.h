@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "data/RowBuffer.h"
 #include "gdal/VectorSource.h"
 
 namespace orlinths {
@@ -104,31 +105,5 @@ class SourceCursor final : public ICursor {
   std::string aheadFailure_;  ///< raised when the rows before it are used up
   SourceRow row_;
 };
-
-/// An empty row to fill and insert.
-class RowBuffer final : public IRow {
- public:
-  RowBuffer(std::shared_ptr<VectorSource> source, bool hasShape);
-  Oid OID() const override { return -1; }
-  const orlinths::Fields& Fields() const override { return source_->Fields(); }
-  Value GetValue(int field) const override;
-  void SetValue(int field, const Value& value) override;
-  const Geometry& Shape() const override;
-  void SetShape(Geometry shape) override;
-  /// From the first column on, one for each of the table's columns.
-  const std::vector<Value>& Values();
-
- private:
-  std::size_t Slot(int field) const;
-  std::shared_ptr<VectorSource> source_;
-  bool hasShape_;
-  Geometry shape_;
-  mutable std::vector<Value> values_;
-};
-
-/// The values of any row, in the order of the columns from the first on.
-const std::vector<Value>& ValuesOf(IRow& row, int firstColumn, std::vector<Value>& space);
-
-[[noreturn]] void RaiseNotEditable(const Field& field);
 
 }  // namespace orlinths

@@ -1,4 +1,4 @@
-#include "gdal/SpatialIndex.h"
+#include "data/SpatialIndex.h"
 
 #include <algorithm>
 #include <cmath>

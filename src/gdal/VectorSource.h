@@ -14,7 +14,7 @@
 #include "data/Field.h"
 #include "data/Table.h"
 #include "gdal/OgrValues.h"
-#include "gdal/SpatialIndex.h"
+#include "data/SpatialIndex.h"
 
 namespace orlinths {
 

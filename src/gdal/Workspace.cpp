@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "gdal/SourceCursor.h"
+#include "data/RowBuffer.h"
 #include "gdal/VectorSource.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
@@ -33,7 +33,9 @@ class TableOver : public Interface {
   CursorPtr Insert() override { return There().Insert(); }
   std::unique_ptr<IRow> CreateRowBuffer() override {
     There();
-    return std::make_unique<RowBuffer>(source_, source_->HasShape());
+    return std::make_unique<RowBuffer>(
+        [source = source_]() -> const orlinths::Fields& { return source->Fields(); },
+        source_->HasShape());
   }
   ISelectionSet Select(const QueryFilter& filter) const override {
     return ISelectionSet(There().Select(filter));

@@ -269,6 +269,22 @@ void ForEachCoord(Geometry& shape, Change change) {
 
 }  // namespace
 
+Geometry EmptyShape(GeometryType type) {
+  switch (type) {
+    case GeometryType::kPoint:
+      return Point();
+    case GeometryType::kMultipoint:
+      return Multipoint();
+    case GeometryType::kPolyline:
+    case GeometryType::kLine:
+      return Polyline();
+    case GeometryType::kPolygon:
+      return Polygon();
+    default:
+      return {};
+  }
+}
+
 void Rotate(Geometry& shape, const Point& origin, double angleRadians) {
   if (!std::isfinite(origin.x) || !std::isfinite(origin.y) || !std::isfinite(angleRadians))
     throw RuntimeError(ErrorNumber::kInvalidCall);

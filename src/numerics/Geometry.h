@@ -207,6 +207,9 @@ class Geometry {
   std::variant<std::monostate, Point, Multipoint, Polyline, Polygon> shape_;
 };
 
+/// An empty shape of that type; a null geometry for kNull.
+Geometry EmptyShape(GeometryType type);
+
 /// Counter-clockwise for positive angles (radians), about `origin`; and a shift. In place, all
 /// points; an empty shape stays empty. Error 5 for an origin, angle or shift that is not finite.
 void Rotate(Geometry& shape, const Point& origin, double angleRadians);

@@ -8,7 +8,7 @@
 #include "OgrFixture.h"
 #include "OgrView.h"
 #include "ShapefileFixture.h"
-#include "gdal/RingOrder.h"
+#include "numerics/RingOrder.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
 #include "support/RandomShapes.h"

@@ -1,4 +1,4 @@
-#include "gdal/RingOrder.h"
+#include "numerics/RingOrder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,10 +46,10 @@ bool LiesIn(const Ring& inner, const Ring& outer) {
 
 }  // namespace
 
-std::vector<bool> HoleFlags(const Polygon& polygon) {
+std::vector<int> ShellsOfRings(const Polygon& polygon) {
   const int count = polygon.PartCount();
-  std::vector<bool> isHole(static_cast<std::size_t>(count), false);
-  if (count < 2) return isHole;
+  std::vector<int> shells(static_cast<std::size_t>(count), -1);
+  if (count < 2) return shells;
 
   std::vector<Ring> rings;
   rings.reserve(static_cast<std::size_t>(count));
@@ -72,15 +72,25 @@ std::vector<bool> HoleFlags(const Polygon& polygon) {
     const Ring& ring = rings[i];
     std::erase_if(open, [&](std::size_t j) { return rings[j].box.xMax < ring.box.xMin; });
     bool hole = false;
+    std::size_t innermost = i;
     for (const std::size_t j : open) {
       const Ring& other = rings[j];
       if (other.area > ring.area && other.box.xMax >= ring.box.xMax &&
-          other.box.yMin <= ring.box.yMin && other.box.yMax >= ring.box.yMax && LiesIn(ring, other))
+          other.box.yMin <= ring.box.yMin && other.box.yMax >= ring.box.yMax &&
+          LiesIn(ring, other)) {
         hole = !hole;
+        if (innermost == i || other.area < rings[innermost].area) innermost = j;
+      }
     }
-    isHole[i] = hole;
+    if (hole) shells[i] = static_cast<int>(innermost);
     if (!ring.coords.empty()) open.push_back(i);
   }
+  return shells;
+}
+
+std::vector<bool> HoleFlags(const Polygon& polygon) {
+  std::vector<bool> isHole;
+  for (const int shell : ShellsOfRings(polygon)) isHole.push_back(shell >= 0);
   return isHole;
 }
 

@@ -1,0 +1,19 @@
+// The words of an attribute filter, for those who say it in another language.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "runtime/Date.h"
+
+namespace orlinths {
+
+/// `where` with every date (#2020-01-31#) as `date` says it and every bare name or keyword as
+/// `name` does. Quoted texts and names stay; so does what cannot be read, for the reader of the
+/// other language to complain about.
+std::string RewriteWhere(std::string_view where,
+                         const std::function<std::string(const Date&)>& date,
+                         const std::function<std::string(std::string_view)>& name);
+
+}  // namespace orlinths
