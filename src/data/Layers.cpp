@@ -30,34 +30,42 @@ GeometryType IFeatureLayer::ShapeType() const {
   return Valid() ? class_->ShapeType() : GeometryType::kNull;
 }
 
-void IFeatureLayer::SetDefinitionQuery(const std::string& where) {
-  if (!where.empty()) {
+void IFeatureLayer::SetDefinitionQuery(const std::string& where) { SetQuery(where, false); }
+
+void IFeatureLayer::SetSourceQuery(const std::string& sourceWhere) { SetQuery(sourceWhere, true); }
+
+void IFeatureLayer::SetQuery(const std::string& query, bool inSourceWords) {
+  if (!query.empty()) {
     // Some formats parse an expression only when the first row is asked for.
     QueryFilter filter;
-    filter.where = where;
+    (inSourceWords ? filter.sourceWhere : filter.where) = query;
     filter.withShape = false;
     FeatureClass().Search(filter)->Next();
   }
-  definitionQuery_ = where;
+  definitionQuery_ = query;
+  inSourceWords_ = inSourceWords;
   visible_.reset();
+}
+
+QueryFilter IFeatureLayer::Shown(QueryFilter filter) const {
+  if (inSourceWords_)
+    filter.sourceWhere = definitionQuery_;
+  else
+    filter.where = Both(definitionQuery_, filter.where);
+  return filter;
 }
 
 const ISelectionSet& IFeatureLayer::Visible() const {
   const std::uint64_t now = FeatureClass().ChangeCount();
   if (!visible_ || visibleAt_ != now) {
-    QueryFilter filter;
-    filter.where = definitionQuery_;
-    visible_ = class_->Select(filter);
+    visible_ = class_->Select(Shown());
     visibleAt_ = now;
   }
   return *visible_;
 }
 
 CursorPtr IFeatureLayer::Search(const QueryFilter& filter) const {
-  if (definitionQuery_.empty()) return FeatureClass().Search(filter);
-  QueryFilter both = filter;
-  both.where = Both(definitionQuery_, filter.where);
-  return FeatureClass().Search(both);
+  return FeatureClass().Search(definitionQuery_.empty() ? filter : Shown(filter));
 }
 
 CursorPtr IFeatureLayer::SearchSelected(const QueryFilter& what) const {
@@ -76,9 +84,7 @@ void IFeatureLayer::AddToSelection(Oid oid) {
 }
 
 void IFeatureLayer::SelectFeatures(const QueryFilter& filter) {
-  QueryFilter both = filter;
-  both.where = Both(definitionQuery_, filter.where);
-  selection_ = FeatureClass().Select(both);
+  selection_ = FeatureClass().Select(Shown(filter));
 }
 
 void IFeatureLayer::SelectionChanged() const {

@@ -50,7 +50,12 @@ class IFeatureLayer : public ILayer {
 
   /// Throws a platform error, and keeps the old query, when the expression does not parse.
   void SetDefinitionQuery(const std::string& where);
+  /// A host whose sources filter in words of their own (a database's SQL) gives the query in those: it is evaluated by the
+  /// source as `QueryFilter::sourceWhere`.
+  void SetSourceQuery(const std::string& sourceWhere);
   const std::string& DefinitionQuery() const { return definitionQuery_; }
+  /// `filter` with the definition query in force: what `Search` gives, and what of the class counts as the layer's.
+  QueryFilter Shown(QueryFilter filter = {}) const;
 
   /// Keeps the definition query in force, `filter` besides.
   CursorPtr Search(const QueryFilter& filter = {}) const;
@@ -76,7 +81,9 @@ class IFeatureLayer : public ILayer {
   FeatureClassPtr class_;
   std::string sourcePath_;
   std::string definitionQuery_;
+  bool inSourceWords_ = false;  ///< the definition query
   const ISelectionSet& Visible() const;
+  void SetQuery(const std::string& query, bool inSourceWords);
 
   /// Which OIDs the definition query gives, made when first needed, and the class's count of changes then.
   mutable std::optional<ISelectionSet> visible_;

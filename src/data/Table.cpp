@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <numeric>
+#include <optional>
 #include <unordered_set>
+#include <utility>
 
 #include "data/KeyColumn.h"
 #include "runtime/Ports.h"
@@ -55,7 +57,34 @@ const T& Typed(const Geometry& shape) {
   throw RuntimeError::Platform(std::string("This cursor does not ") + what + " rows.");
 }
 
+/// In the order in which they came.
+std::vector<EditKeeper*>& EditKeepers() {
+  static std::vector<EditKeeper*> keepers;
+  return keepers;
+}
+
 }  // namespace
+
+EditKeeper::EditKeeper(std::function<void()> commit) : commit_(std::move(commit)) {
+  EditKeepers().push_back(this);
+}
+
+EditKeeper::~EditKeeper() { std::erase(EditKeepers(), this); }
+
+void CommitAllEdits() {
+  std::optional<RuntimeError> first;
+  // A commit may end a table, and with it another keeper.
+  const std::vector<EditKeeper*> keepers = EditKeepers();
+  for (EditKeeper* keeper : keepers) {
+    if (std::ranges::find(EditKeepers(), keeper) == EditKeepers().end()) continue;
+    try {
+      keeper->commit_();
+    } catch (const RuntimeError& failure) {
+      if (!first) first = failure;
+    }
+  }
+  if (first) throw RuntimeError(*first);
+}
 
 QueryFilter ShapesOnly() {
   QueryFilter filter;

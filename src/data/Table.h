@@ -24,6 +24,7 @@ enum class SpatialRelation : int {
 /// Which rows, and what of them. A default filter gives every row, whole.
 struct QueryFilter {
   std::string where;                ///< `name op value` with AND/OR/NOT, text in single quotes, dates as #...#; empty: all
+  std::string sourceWhere;          ///< a condition besides, in the words of the source itself; see `IFeatureLayer`
   std::optional<Geometry> shape;    ///< a spatial condition besides
   SpatialRelation relation = SpatialRelation::kIntersects;
   /// What the caller will read. Fields not named here may answer as empty; leaving out what is not needed makes reading
@@ -71,7 +72,7 @@ class ICursor {
   /// Of update cursors. The row must be the current one. Every platform call looks for a stop request.
   virtual void UpdateRow(IRow& row);
   virtual void DeleteRow(IRow& row);
-  /// Of insert cursors: gives the new row's OID.
+  /// Of insert cursors: gives the new row's OID, or -1 where the source gives it only when the row is written.
   virtual Oid InsertRow(IRow& row);
   /// Makes what was updated or inserted durable and readable by others. The destructor does the same but cannot report:
   /// call `Flush` or `Close` where a failure must be seen.
@@ -175,6 +176,19 @@ using FeatureClassPtr = std::shared_ptr<IFeatureClass>;
 /// Writes the pending edits of all tables of this process: what a host calls when a tool's run ends. Every table is tried; the
 /// first failure is raised then.
 void CommitAllEdits();
+
+/// Whoever gathers edits takes part in `CommitAllEdits` for as long as one of these lives.
+class EditKeeper {
+ public:
+  explicit EditKeeper(std::function<void()> commit);
+  ~EditKeeper();
+  EditKeeper(const EditKeeper&) = delete;
+  EditKeeper& operator=(const EditKeeper&) = delete;
+
+ private:
+  friend void CommitAllEdits();
+  std::function<void()> commit_;
+};
 
 /// Values of one field over the rows of a cursor: ascending, each once, nulls left out. O(n log n), and O(n) where
 /// there are but a few thousand.

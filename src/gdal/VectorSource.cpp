@@ -22,12 +22,19 @@ constexpr std::size_t kIdleReaders = 3;
 
 std::map<std::string, std::weak_ptr<VectorSource>>& OpenSources() {
   static std::map<std::string, std::weak_ptr<VectorSource>> sources;
+  static const EditKeeper keeper(VectorSource::CommitAll);
   return sources;
 }
 
 bool IsFinite(const Envelope& e) {
   return std::isfinite(e.xMin) && std::isfinite(e.yMin) && std::isfinite(e.xMax) &&
          std::isfinite(e.yMax);
+}
+
+/// A file has no words of its own beside the platform's.
+void CheckWords(const QueryFilter& filter) {
+  if (!filter.sourceWhere.empty())
+    throw RuntimeError::Platform("The expression cannot be read: " + filter.sourceWhere);
 }
 
 }  // namespace
@@ -174,6 +181,7 @@ std::vector<Oid> VectorSource::CollectOids(const std::string& where) const {
 std::vector<Oid> VectorSource::Select(const QueryFilter& filter) {
   CheckStop();
   CheckThere();
+  CheckWords(filter);
   if (!filter.where.empty()) BeginFilter();
   if (!filter.shape) return CollectOids(filter.where);
   std::vector<Oid> oids = Index().Search(*filter.shape, filter.relation);
@@ -188,13 +196,14 @@ std::vector<Oid> VectorSource::Select(const QueryFilter& filter) {
 std::int64_t VectorSource::Count(const QueryFilter& filter) {
   CheckStop();
   CheckThere();
-  if (filter.where.empty() && !filter.shape) return RowCount();
+  if (filter.where.empty() && filter.sourceWhere.empty() && !filter.shape) return RowCount();
   return static_cast<std::int64_t>(Select(filter).size());
 }
 
 CursorPtr VectorSource::Search(const QueryFilter& filter) {
   CheckStop();
   CheckThere();
+  CheckWords(filter);
   if (filter.shape || !WalksInOrder())
     return std::make_unique<SourceCursor>(*this, Select(filter), filter, false);
   if (!filter.where.empty()) BeginFilter();
@@ -207,7 +216,7 @@ CursorPtr VectorSource::SearchOids(const std::vector<Oid>& oids, const QueryFilt
   const ISelectionSet wanted = [&] {
     ISelectionSet set;
     for (const Oid oid : oids) set.Add(oid);
-    if (what.where.empty() && !what.shape) return set;
+    if (what.where.empty() && what.sourceWhere.empty() && !what.shape) return set;
     return set.Combine(ISelectionSet(Select(what)), ISelectionSet::Operation::kIntersection);
   }();
   return std::make_unique<SourceCursor>(*this, wanted.Oids(), what, false);
@@ -216,6 +225,7 @@ CursorPtr VectorSource::SearchOids(const std::vector<Oid>& oids, const QueryFilt
 CursorPtr VectorSource::Update(const QueryFilter& filter) {
   CheckStop();
   CheckThere();
+  CheckWords(filter);
   BeginUpdate();
   if (filter.shape || !WalksInOrder())
     return std::make_unique<SourceCursor>(*this, Select(filter), filter, true);
@@ -256,7 +266,5 @@ const SpatialIndex& VectorSource::Index() {
   }
   return *index_;
 }
-
-void CommitAllEdits() { VectorSource::CommitAll(); }
 
 }  // namespace orlinths

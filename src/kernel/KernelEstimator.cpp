@@ -33,9 +33,8 @@ PointArray frmKernel::Points(const IFeatureLayer& layer, std::optional<int> weig
   const QueryFilter what = PointsOnly();
   if (chkUseSelected->value)
     return ReadPoints(*layer.SearchSelected(what), layer.SelectionSet().Count(), weightField);
-  QueryFilter visible;
-  visible.where = layer.DefinitionQuery();
-  return ReadPoints(*layer.Search(what), layer.FeatureClass().FeatureCount(visible), weightField);
+  return ReadPoints(*layer.Search(what), layer.FeatureClass().FeatureCount(layer.Shown()),
+                    weightField);
 }
 
 void frmKernel::Estimate() {

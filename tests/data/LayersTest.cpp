@@ -44,6 +44,24 @@ class LayersTest : public ::testing::Test {
   TempFolder folder;
 };
 
+TEST_F(LayersTest, AFileKnowsNoWordsButThePlatforms) {
+  IFeatureLayer layer(Zones());
+  layer.SetDefinitionQuery("K > 10");
+  EXPECT_EQ(ErrorNumberOf([&] { layer.SetSourceQuery("K > 20"); }),
+            static_cast<int>(ErrorNumber::kPlatform));
+  EXPECT_EQ(layer.DefinitionQuery(), "K > 10");
+  EXPECT_EQ(layer.Shown().where, "K > 10");
+  EXPECT_EQ(layer.FeatureClass().FeatureCount(layer.Shown()), 2);
+  QueryFilter filter;
+  filter.sourceWhere = "K > 20";
+  IFeatureClass& zones = layer.FeatureClass();
+  for (const auto& ask : std::initializer_list<std::function<void()>>{
+           [&] { zones.Search(filter); }, [&] { zones.Update(filter); },
+           [&] { zones.Select(filter); }, [&] { zones.FeatureCount(filter); },
+           [&] { zones.SearchOids({0}, filter); }})
+    EXPECT_EQ(ErrorNumberOf(ask), static_cast<int>(ErrorNumber::kPlatform));
+}
+
 TEST_F(LayersTest, TakesItsNameFromTheClassUntilNamed) {
   IFeatureLayer layer(Zones());
   EXPECT_EQ(layer.Name(), "zones");

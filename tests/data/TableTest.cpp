@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 #include <set>
 
 #include "data/Workspace.h"
@@ -14,6 +15,31 @@ namespace orlinths {
 namespace {
 
 using Oids = std::vector<Oid>;
+
+TEST(CommitAllEdits, TriesEveryoneAndRaisesTheFirstFailure) {
+  std::vector<int> tried;
+  const auto fails = [&](int who) {
+    return [&tried, who] {
+      tried.push_back(who);
+      throw RuntimeError::Platform("party " + ToText(who));
+    };
+  };
+  const EditKeeper first([&] { tried.push_back(1); });
+  std::optional<EditKeeper> second(fails(2));
+  const EditKeeper third(fails(3));
+  std::string said;
+  try {
+    CommitAllEdits();
+  } catch (const RuntimeError& failure) {
+    said = failure.Description();
+  }
+  EXPECT_EQ(said, "party 2");
+  EXPECT_EQ(tried, (std::vector{1, 2, 3}));
+  second.reset();
+  tried.clear();
+  EXPECT_THROW(CommitAllEdits(), RuntimeError);
+  EXPECT_EQ(tried, (std::vector{1, 3}));
+}
 
 TEST(SelectionSet, IsAscendingAndHoldsEachOnce) {
   ISelectionSet set({5, 1, 5, 3});
