@@ -9,6 +9,7 @@
 
 #include "data/KeyColumn.h"
 #include "runtime/Ports.h"
+#include "runtime/Trap.h"
 
 namespace orlinths {
 namespace {
@@ -77,11 +78,8 @@ void CommitAllEdits() {
   const std::vector<EditKeeper*> keepers = EditKeepers();
   for (EditKeeper* keeper : keepers) {
     if (std::ranges::find(EditKeepers(), keeper) == EditKeepers().end()) continue;
-    try {
-      keeper->commit_();
-    } catch (const RuntimeError& failure) {
-      if (!first) first = failure;
-    }
+    auto failure = FailureOf(keeper->commit_);
+    if (failure && !first) first = std::move(failure);
   }
   if (first) throw RuntimeError(*first);
 }
