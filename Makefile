@@ -17,7 +17,7 @@ CMAKE_FLAGS ?=
 EXAMPLES ?= luxembourg elevation storm-tracks home-ranges
 
 TOOLS := g++ cmake ninja-build ccache pkg-config locales ca-certificates
-LIBRARIES := libgdal-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
+LIBRARIES := libgdal-dev libsqlite3-dev libgeos-dev libproj-dev libboost-dev nlohmann-json3-dev libcli11-dev
 QGIS := qgis libqgis-dev qtbase5-dev
 CHECKS := libgtest-dev libgmock-dev libbenchmark-dev gdal-bin
 

@@ -47,7 +47,7 @@ if grep -rnE '#include *"\.\./' "$source/src" "$source/apps" "$source/tests" "$s
   echo 'An include climbs out of its folder with "../".'
   failed=$((failed + 1))
 fi
-if grep -rlE '#include *[<"](gdal|ogr|cpl_|geos|proj)[^/]*\.h' "$source/src" "$source/apps" | grep -v '^[^ ]*/src/gdal/'; then
+if grep -rlE '#include *[<"](gdal|ogr|cpl_|geos|proj|sqlite)[^/]*\.h' "$source/src" "$source/apps" | grep -v '^[^ ]*/src/gdal/'; then
   echo 'A library that belongs in src/gdal alone is included above.'
   failed=$((failed + 1))
 fi

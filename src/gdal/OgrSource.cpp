@@ -7,6 +7,7 @@
 
 #include "gdal/Library.h"
 #include "gdal/OgrShapes.h"
+#include "gdal/RowStatements.h"
 #include "gdal/SourceCursor.h"
 #include "gdal/VectorSource.h"
 #include "runtime/Files.h"
@@ -118,7 +119,7 @@ class OgrSource final : public VectorSource {
     // The last table of the dataset goes: what was edited stays edited.
     const QuietGdal quiet;
     if (edit_) edit_->dataset->CommitTransaction();
-    edit_.reset();
+    EndEdit();
     DropReaders();
   }
 
@@ -144,20 +145,20 @@ class OgrSource final : public VectorSource {
     if (Fields().FindField(field.name) >= 0)
       throw RuntimeError::Platform("The field " + field.name + " is there already.");
     const QuietGdal quiet;
+    const RowsLetGo letGo(*this);
     if (edit_->layer->CreateField(ToOgrField(field).get()) != OGRERR_NONE)
       RaiseGdal("The field " + field.name + " cannot be added.");
-    ReadFields(*edit_->layer);
-    SchemaChanged();
+    ColumnsChanged();
   }
   void DeleteField(int field) override {
     if (Fields()[field].required || field < FirstColumn())
       throw RuntimeError::Platform("The field " + Fields()[field].name + " cannot be deleted.");
     BeginEdit(OLCDeleteField);
     const QuietGdal quiet;
+    const RowsLetGo letGo(*this);
     if (edit_->layer->DeleteField(FileColumn(field)) != OGRERR_NONE)
       RaiseGdal("The field " + Fields()[field].name + " cannot be deleted.");
-    ReadFields(*edit_->layer);
-    SchemaChanged();
+    ColumnsChanged();
   }
 
   bool HasPendingEdits() const override { return edit_ != nullptr; }
@@ -167,7 +168,7 @@ class OgrSource final : public VectorSource {
     DetachCursors();
     const bool committed = !transaction_ || edit_->dataset->CommitTransaction() == OGRERR_NONE;
     if (committed && !quiet.Failures().empty()) CPLErrorReset();
-    edit_.reset();  // formats without transactions write now
+    EndEdit();  // formats without transactions write now
     oids_.reset();
     ++version_;
     SchemaChanged();
@@ -204,9 +205,9 @@ class OgrSource final : public VectorSource {
       for (int i = 0; i < dataset.GetLayerCount(); ++i)
         if (dataset.GetLayer(i) == edit_->layer && dataset.DeleteLayer(i) == OGRERR_NONE) break;
       if (transaction_) dataset.CommitTransaction();
-      edit_.reset();
+      EndEdit();
     } else {
-      edit_.reset();
+      EndEdit();
       GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(facts_.driver.c_str());
       if (driver == nullptr || driver->Delete(file_.c_str()) != CE_None)
         RaiseGdal("The dataset " + file_ + " cannot be deleted.");
@@ -229,6 +230,7 @@ class OgrSource final : public VectorSource {
   }
   ReaderPtr Lease() const override { return edit_ ? edit_ : VectorSource::Lease(); }
   bool SharesReader() const override { return edit_ != nullptr; }
+  bool ReadsRanges() const override { return statements_ != nullptr; }
   bool WalksInOrder() override {
     // Sources that number their rows themselves do so in order; in others an id may stand anywhere.
     static constexpr std::array<std::string_view, 2> kOrdered{"GPKG", "CSV"};
@@ -264,14 +266,22 @@ class OgrSource final : public VectorSource {
   void StoreRow(SourceRow& row) override {
     const QuietGdal quiet;
     OGRFeature& feature = row.Feature();
-    for (const SourceRow::Change& change : row.Changes())
-      WriteValue(feature, FileColumn(change.field),
-                 change.isDouble ? Value(change.number) : change.value);
-    if (const orlinths::Geometry* shape = row.ChangedShape()) {
-      feature.SetGeometryDirectly(ToOgr(*shape, edit_->layer->GetGeomType()).release());
-      ShapesChanged();
+    changedColumns_.clear();
+    for (const SourceRow::Change& change : row.Changes()) {
+      const int column = FileColumn(change.field);
+      WriteValue(feature, column, change.isDouble ? Value(change.number) : change.value);
+      changedColumns_.push_back(column);
     }
-    if (edit_->layer->SetFeature(&feature) != OGRERR_NONE) RaiseGdal("The row cannot be updated.");
+    const orlinths::Geometry* shape = row.ChangedShape();
+    // The first row of a run goes through OGR, which knows then that its table has changed.
+    if (!statements_) {
+      WriteWhole(feature, shape);
+    } else if (!tableIsMarked_ || shape != nullptr ||
+               !statements_->Write(feature, changedColumns_)) {
+      WriteWhole(*WholeRow(feature), shape);
+    }
+    tableIsMarked_ = true;
+    if (shape != nullptr) ShapesChanged();
     Changed();
   }
   void DeleteRow(Oid oid) override {
@@ -312,7 +322,45 @@ class OgrSource final : public VectorSource {
     edit->shared = true;
     edit->version = ++version_;
     edit_ = std::move(edit);
+    statements_ = RowStatements::For(*edit_->dataset, *edit_->layer);
     oids_.reset();
+  }
+
+  /// A row may have been read in part: what was not read is fetched, so that it stays what it is.
+  OGRFeatureUniquePtr WholeRow(const OGRFeature& changed) {
+    OGRFeatureUniquePtr whole(edit_->layer->GetFeature(changed.GetFID()));
+    if (!whole) RaiseGdal("The row cannot be updated.");
+    for (const int column : changedColumns_)
+      whole->SetField(column, changed.GetRawFieldRef(column));
+    return whole;
+  }
+  void WriteWhole(OGRFeature& feature, const orlinths::Geometry* shape) {
+    if (shape != nullptr)
+      feature.SetGeometryDirectly(ToOgr(*shape, edit_->layer->GetGeomType()).release());
+    if (edit_->layer->SetFeature(&feature) != OGRERR_NONE) RaiseGdal("The row cannot be updated.");
+  }
+  /// A feature of OGR's must not see the columns change that it was made with: while this stands no
+  /// cursor holds one, and afterwards each has its row again.
+  class RowsLetGo {
+   public:
+    explicit RowsLetGo(const OgrSource& source) : source_(source) { source_.LetGoOfRows(); }
+    ~RowsLetGo() { source_.TakeRowsAgain(); }
+    RowsLetGo(const RowsLetGo&) = delete;
+    RowsLetGo& operator=(const RowsLetGo&) = delete;
+
+   private:
+    const OgrSource& source_;
+  };
+
+  void ColumnsChanged() {
+    if (statements_) statements_->Forget();
+    ReadFields(*edit_->layer);
+    SchemaChanged();
+  }
+  void EndEdit() {
+    statements_.reset();
+    edit_.reset();
+    tableIsMarked_ = false;
   }
 
   void ReadFields(OGRLayer& layer) {
@@ -339,7 +387,10 @@ class OgrSource final : public VectorSource {
   LayerFacts facts_;
   orlinths::Fields fields_;
   ReaderPtr edit_;
+  std::unique_ptr<RowStatements> statements_;
+  std::vector<int> changedColumns_;
   bool transaction_ = false;
+  bool tableIsMarked_ = false;  ///< OGR has written a row of it in this transaction
   std::uint64_t version_ = 0;
   std::optional<bool> ordered_;
   std::vector<Value> values_;

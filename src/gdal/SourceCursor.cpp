@@ -8,6 +8,7 @@
 #include "data/ColumnValue.h"
 #include "gdal/Library.h"
 #include "gdal/OgrShapes.h"
+#include "gdal/RowStatements.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
 #include "runtime/Trap.h"
@@ -56,6 +57,14 @@ void IgnoreFields(OGRLayer& layer, const std::optional<std::vector<std::string>>
   }
   if (!withShape) ignored.AddString("OGR_GEOMETRY");
   layer.SetIgnoredFields(const_cast<const char**>(ignored.List()));
+}
+
+/// Rows are read ahead no further than to so many bytes of their shapes.
+constexpr std::size_t kEnoughAhead = 1 << 20;
+
+std::size_t ShapeBytes(const OGRFeature& feature) {
+  const OGRGeometry* shape = feature.GetGeometryRef();
+  return shape != nullptr ? shape->WkbSize() : 0;
 }
 
 [[noreturn]] void NoShape() { throw RuntimeError(ErrorNumber::kObjectNotSet); }
@@ -238,8 +247,7 @@ void SourceCursor::Attach() {
 }
 
 void SourceCursor::Detach(const std::vector<Oid>& removed) {
-  aheadAt_ = aheadEnd_ = 0;
-  for (OGRFeatureUniquePtr& feature : ahead_) feature.reset();
+  ForgetAhead();
   if (reader_) source_.GiveBack(std::move(reader_));
   reader_.reset();
   if (removed.empty()) return;
@@ -256,6 +264,33 @@ void SourceCursor::Detach(const std::vector<Oid>& removed) {
   }
   oids_ = std::move(left);
   at_ = at;
+}
+
+/// The rows read ahead are read again when their turn comes.
+void SourceCursor::ForgetAhead() {
+  if (byOid_ && aheadAt_ < aheadEnd_)
+    at_ = std::max(aheadFrom_,
+                   static_cast<std::size_t>(std::upper_bound(oids_.begin(), oids_.end(), last_) -
+                                            oids_.begin()));
+  aheadAt_ = aheadEnd_ = 0;
+  aheadFailure_.clear();
+  for (OGRFeatureUniquePtr& feature : ahead_) feature.reset();
+}
+
+void SourceCursor::LetGoOfRow() {
+  ForgetAhead();
+  letGo_ = row_.feature_ != nullptr;
+  row_.feature_.reset();
+}
+
+void SourceCursor::TakeRowAgain(OGRLayer& layer) {
+  if (!letGo_) return;
+  letGo_ = false;
+  row_.feature_.reset(layer.GetFeature(row_.oid_));
+  if (row_.feature_) return;
+  // It has been deleted meanwhile.
+  row_.feature_.reset(OGRFeature::CreateFeature(layer.GetLayerDefn()));
+  row_.feature_->SetFID(row_.oid_);
 }
 
 OGRFeatureUniquePtr SourceCursor::FetchNext() {
@@ -298,14 +333,58 @@ OGRFeatureUniquePtr SourceCursor::Fetch() {
   return nullptr;
 }
 
+/// Along a list of OIDs, of a database that is being edited: one question for a run of the list
+/// that leaves few rows out. It asks for no more than what the cursor's caller reads, since the
+/// reader is put back as it was.
+void SourceCursor::ReadRange() {
+  OGRLayer& layer = *reader_->layer;
+  while (at_ < oids_.size() && aheadEnd_ == 0) {
+    const auto from = oids_.begin() + static_cast<std::ptrdiff_t>(at_);
+    std::size_t wanted = std::min(mostAhead_, oids_.size() - at_);
+    constexpr std::size_t kMostRowsForOne = 4;
+    while (wanted > 1 &&
+           static_cast<std::size_t>(from[wanted - 1] - *from) > kMostRowsForOne * wanted)
+      wanted /= 2;
+    const auto to = from + static_cast<std::ptrdiff_t>(wanted);
+    const std::string where =
+        SqlName(source_.FidColumn()) + " BETWEEN " + ToText(*from) + " AND " + ToText(*(to - 1));
+    aheadFrom_ = at_;
+    layer.SetAttributeFilter(where.c_str());
+    IgnoreFields(layer, onlyFields_, withShape_, {});
+    layer.ResetReading();
+    at_ += wanted;
+    std::size_t bytes = 0;
+    while (OGRFeatureUniquePtr feature = FetchNext()) {
+      const auto place = std::lower_bound(from, to, feature->GetFID());
+      if (place == to || *place != feature->GetFID()) continue;
+      bytes += ShapeBytes(*feature);
+      ahead_[aheadEnd_++] = std::move(feature);
+      if (bytes < kEnoughAhead) continue;
+      at_ = static_cast<std::size_t>(place - oids_.begin()) + 1;
+      break;
+    }
+    layer.SetAttributeFilter(nullptr);
+    layer.SetIgnoredFields(nullptr);
+  }
+  mostAhead_ = std::min(2 * mostAhead_, ahead_.size());
+}
+
 void SourceCursor::ReadAhead() {
   const QuietGdal quiet;
   aheadAt_ = aheadEnd_ = 0;
+  aheadOf_ = source_.ChangeCount();
+  if (byOid_ && source_.ReadsRanges()) {
+    ReadRange();
+    if (!quiet.Failures().empty()) aheadFailure_ = quiet.Failures().front();
+    return;
+  }
   // Along a list of OIDs the place in the list stands for the row, so one at a time.
   const std::size_t wanted = byOid_ ? 1 : ahead_.size();
-  while (aheadEnd_ < wanted && quiet.Failures().empty()) {
+  std::size_t bytes = 0;
+  while (aheadEnd_ < wanted && bytes < kEnoughAhead && quiet.Failures().empty()) {
     OGRFeatureUniquePtr feature = Fetch();
     if (!feature || !quiet.Failures().empty()) break;
+    bytes += ShapeBytes(*feature);
     ahead_[aheadEnd_++] = std::move(feature);
   }
   if (!quiet.Failures().empty()) aheadFailure_ = quiet.Failures().front();
@@ -320,6 +399,10 @@ IRow* SourceCursor::Next() {
     Attach();
   }
   const bool pending = source_.HasPendingEdits();
+  if (aheadAt_ < aheadEnd_ && byOid_ && aheadOf_ != source_.ChangeCount()) {
+    ForgetAhead();
+    mostAhead_ = 1;
+  }
   while (true) {
     if (aheadAt_ == aheadEnd_) {
       if (aheadFailure_.empty()) ReadAhead();
@@ -347,13 +430,18 @@ void SourceCursor::UpdateRow(IRow& row) {
   CheckStop();
   SourceRow& mine = Mine(row);
   if (mine.Changes().empty() && mine.ChangedShape() == nullptr) return;
+  // What this cursor does to its own row leaves the rows behind it as they are.
+  const bool upToDate = aheadOf_ == source_.ChangeCount();
   source_.StoreRow(mine);
+  if (upToDate) aheadOf_ = source_.ChangeCount();
   mine.ForgetChanges();
 }
 
 void SourceCursor::DeleteRow(IRow& row) {
   CheckStop();
+  const bool upToDate = aheadOf_ == source_.ChangeCount();
   source_.DeleteRow(Mine(row).OID());
+  if (upToDate) aheadOf_ = source_.ChangeCount();
 }
 
 void SourceCursor::Flush() {

@@ -79,11 +79,16 @@ class SourceCursor final : public ICursor {
   /// Lets go of the reader; `removed` (ascending) are OIDs that no longer stand in the files, where
   /// the rest moved up.
   void Detach(const std::vector<Oid>& removed);
+  /// Frees the features that it holds; and has its current row again, read from `layer`.
+  void LetGoOfRow();
+  void TakeRowAgain(OGRLayer& layer);
 
  private:
   void Attach();
   OGRFeatureUniquePtr Fetch();
   void ReadAhead();
+  void ReadRange();
+  void ForgetAhead();
   OGRFeatureUniquePtr FetchNext();
   SourceRow& Mine(IRow& row);
 
@@ -97,12 +102,15 @@ class SourceCursor final : public ICursor {
   bool randomRead_ = true;
   bool flatRings_ = false;
   Oid last_ = -1;
-  bool ended_ = false;
+  bool ended_ = false, letGo_ = false;
   ReaderPtr reader_;
   /// Rows read ahead, so that what OGR says is collected once for many of them.
   std::array<OGRFeatureUniquePtr, 32> ahead_;
   std::size_t aheadAt_ = 0, aheadEnd_ = 0;
-  std::string aheadFailure_;  ///< raised when the rows before it are used up
+  std::size_t aheadFrom_ = 0;  ///< place in the list of what was first asked for
+  std::size_t mostAhead_ = 1;  ///< rows of a shared reader: more while nobody else edits
+  std::uint64_t aheadOf_ = 0;  ///< the source's changes when they were read
+  std::string aheadFailure_;   ///< raised when the rows before it are used up
   SourceRow row_;
 };
 

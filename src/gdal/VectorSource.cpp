@@ -132,6 +132,16 @@ void VectorSource::DetachCursors(const std::vector<Oid>& removed) const {
   for (SourceCursor* cursor : cursors_) cursor->Detach(removed);
 }
 
+void VectorSource::LetGoOfRows() const {
+  for (SourceCursor* cursor : cursors_) cursor->LetGoOfRow();
+}
+
+void VectorSource::TakeRowsAgain() const {
+  const ReaderPtr reader = Lease();
+  for (SourceCursor* cursor : cursors_) cursor->TakeRowAgain(*reader->layer);
+  GiveBack(reader);
+}
+
 std::string VectorSource::SetWhere(Reader& reader, const std::string& where) const {
   const QuietGdal quiet;
   if (where.empty()) {
@@ -153,8 +163,10 @@ std::vector<Oid> VectorSource::CollectOids(const std::string& where) const {
   ReaderPtr reader = Lease();
   OGRLayer& layer = *reader->layer;
   SetWhere(*reader, where);
-  // What the filter does not name need not be read; a reader that others share keeps everything.
-  if (!SharesReader()) {
+  // What the filter does not name need not be read. A shared reader is put back as it was, if it
+  // answers in one go.
+  const bool mayIgnore = !SharesReader() || ReadsRanges();
+  if (mayIgnore) {
     CPLStringList ignored;
     ignored.AddString("OGR_GEOMETRY");
     if (where.empty())
@@ -171,6 +183,7 @@ std::vector<Oid> VectorSource::CollectOids(const std::string& where) const {
     if (!pending || !IsDeleted(oid)) oids.push_back(oid);
   }
   layer.SetAttributeFilter(nullptr);
+  if (mayIgnore && SharesReader()) layer.SetIgnoredFields(nullptr);
   layer.ResetReading();
   GiveBack(std::move(reader));
   quiet.RaiseIfFailed();

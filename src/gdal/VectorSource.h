@@ -109,6 +109,9 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
   /// True when rows are to be fetched one by one although all are asked for: a reader shared by
   /// several cursors.
   virtual bool SharesReader() const { return false; }
+  /// True when a shared reader finds the rows from one object id to another as fast as it finds
+  /// one.
+  virtual bool ReadsRanges() const { return false; }
   /// True when the rows' rings would be sorted into polygons by OGR, which costs and changes their
   /// order.
   virtual bool StoresRingsFlat() const { return false; }
@@ -136,6 +139,10 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
   void SchemaChanged() { ++changes_, ++schemaVersion_; }
   /// Every open cursor gives its reader back; it takes a new one with its next row.
   void DetachCursors(const std::vector<Oid>& removed = {}) const;
+  /// Every open cursor frees the features that it holds; and takes its current row again, as it is
+  /// now.
+  void LetGoOfRows() const;
+  void TakeRowsAgain() const;
   void DropReaders() const { pool_.clear(); }
   void SetHasShape(bool has) { hasShape_ = has; }
   void SetGone();
