@@ -12,6 +12,7 @@
 #include "qgis/FilePickers.h"
 #include "qgis/MessageBoxes.h"
 #include "qgis/Text.h"
+#include "qgis/VectorRegisters.h"
 #include "runtime/Trap.h"
 
 namespace orlinths {
@@ -69,6 +70,7 @@ Ports WindowHost::MakePorts() {
     ShowAllChanges();
     const CursorAtRest atRest;
     const Reply reply = ShowMessageBox(text, flags, title, Parent());
+    ClearUpperVectorRegisters();
     if (reply != Reply::kOk && onAnswer) onAnswer(text, reply == Reply::kYes);
     return reply;
   };
@@ -124,6 +126,7 @@ void WindowHost::RunModal(Dialog& dialog) {
     loops_[&dialog] = &loop;
     loop.exec();
     loops_.erase(&dialog);
+    ClearUpperVectorRegisters();
   }
   // An application that is closing leaves every loop.
   if (dialog.IsVisible()) dialog.Unload();
@@ -184,6 +187,7 @@ void WindowHost::ShowAllChanges() {
 void WindowHost::RepaintNow() {
   ShowAllChanges();
   QCoreApplication::processEvents();
+  ClearUpperVectorRegisters();
 }
 
 void WindowHost::Yield() {
@@ -200,6 +204,7 @@ void WindowHost::Act(Step step, const std::function<void()>& act) {
   const bool isPress = std::holds_alternative<steps::Press>(step.what);
   atWork_.push_back(&dialog);
   if (isPress) QApplication::setOverrideCursor(Qt::BusyCursor);
+  ClearUpperVectorRegisters();
   act();
   if (isPress) QApplication::restoreOverrideCursor();
   atWork_.pop_back();
