@@ -2,9 +2,13 @@
 
 #include <sys/stat.h>
 
+#include <qgsexpressioncontext.h>
+#include <qgsmaplayertemporalproperties.h>
 #include <qgsproject.h>
 #include <qgsrasterdataprovider.h>
 #include <qgsrasterlayer.h>
+#include <qgsrendercontext.h>
+#include <qgsrenderer.h>
 #include <qgsvectordataprovider.h>
 #include <qgsvectorlayer.h>
 
@@ -24,15 +28,15 @@ std::string StampOfFile(const std::string& path) {
          ToText(static_cast<std::int64_t>(state.st_mtim.tv_nsec));
 }
 
-std::string StampOf(const QgsMapLayer& layer) {
+FileStamps StampsOf(const QgsMapLayer& layer) {
   std::string path = FileBehind(layer);
   if (path.empty()) return {};
   path = path.substr(0, path.find('|'));
   const std::string stem = JoinPath(FolderOf(path), StemOf(path));
-  return StampOfFile(path) + ',' + StampOfFile(stem + ".dbf") + ',' + StampOfFile(stem + ".prj");
+  return {StampOfFile(path), StampOfFile(stem + ".dbf"), StampOfFile(stem + ".prj")};
 }
 
-void Reload(QgsMapLayer& layer) {
+void ReadAnew(QgsMapLayer& layer) {
   if (auto* vector = qobject_cast<QgsVectorLayer*>(&layer)) {
     if (vector->isEditable()) return;
     if (vector->isValid()) {
@@ -44,26 +48,40 @@ void Reload(QgsMapLayer& layer) {
     if (raster->isValid()) raster->dataProvider()->reloadData();
   }
   if (!layer.isValid()) layer.setDataSource(layer.source(), layer.name(), layer.providerType());
-  layer.triggerRepaint();
 }
 
 }  // namespace
+
+bool ShowsAttributes(QgsMapLayer& layer) {
+  const auto* vector = qobject_cast<QgsVectorLayer*>(&layer);
+  if (vector == nullptr || !vector->isValid() || vector->renderer() == nullptr) return true;
+  if (vector->labelsEnabled() || vector->diagramsEnabled()) return true;
+  if (!vector->subsetString().isEmpty() || layer.temporalProperties()->isActive()) return true;
+  QgsRenderContext context;
+  context.expressionContext() = vector->createExpressionContext();
+  const QgsFeatureRenderer& renderer = *vector->renderer();
+  return renderer.orderByEnabled() || !renderer.usedAttributes(context).isEmpty();
+}
 
 void LayerReload::Remember() {
   stamps_.clear();
   for (const QgsMapLayer* layer : project_.mapLayers()) Remember(*layer);
 }
 
-void LayerReload::Remember(const QgsMapLayer& layer) { stamps_[layer.id()] = StampOf(layer); }
+void LayerReload::Remember(const QgsMapLayer& layer) { stamps_[layer.id()] = StampsOf(layer); }
 
 void LayerReload::ReloadChanged() {
   for (QgsMapLayer* layer : project_.mapLayers()) {
     const auto known = stamps_.find(layer->id());
     if (known == stamps_.end()) continue;
-    std::string now = StampOf(*layer);
+    FileStamps now = StampsOf(*layer);
     if (known->second == now) continue;
+    FileStamps tableOnly = known->second;
+    tableOnly.table = now.table;
+    const bool looksTheSame = tableOnly == now && layer->isValid() && !ShowsAttributes(*layer);
     known->second = std::move(now);
-    Reload(*layer);
+    ReadAnew(*layer);
+    if (!looksTheSame) layer->triggerRepaint();
   }
 }
 
