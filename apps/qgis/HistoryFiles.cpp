@@ -8,7 +8,9 @@
 
 #include "qgis/Text.h"
 #include "runtime/Files.h"
+#include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
+#include "runtime/Trap.h"
 #include "runtime/Value.h"
 #include "session/ClockText.h"
 #include "session/SessionFile.h"
@@ -26,17 +28,34 @@ constexpr std::array kOutcomes{
     OutcomeWord{RunOutcome::kSucceeded, "succeeded"}, OutcomeWord{RunOutcome::kRefused, "refused"},
     OutcomeWord{RunOutcome::kFailed, "failed"}, OutcomeWord{RunOutcome::kStopped, "stopped"}};
 
-/// "2026-03-01T12-00-00.000000000 clsRndPnt succeeded": the clock without signs that a file's name
-/// cannot hold, so that names sort as their times do.
-std::string NameFor(const Session& session, RunOutcome outcome) {
-  std::string name = ClockText(session.clock.value_or(0));
+/// The clock without signs that a file's name cannot hold; such names sort as their times do.
+std::string TimeFor(std::int64_t clock) {
+  std::string name = ClockText(clock);
   std::replace(name.begin(), name.end(), ':', '-');
+  return name;
+}
+
+/// "2026-03-01T12-00-00.000000000 clsRndPnt succeeded".
+std::string NameFor(const Session& session, RunOutcome outcome) {
+  std::string name = TimeFor(session.clock.value_or(0));
   const auto* click =
       session.steps.empty() ? nullptr : std::get_if<steps::Click>(&session.steps.front().what);
   if (click != nullptr) name += ' ' + click->className;
   for (const OutcomeWord& known : kOutcomes)
     if (known.outcome == outcome) name.append(" ").append(known.word);
   return name;
+}
+
+/// An empty file of that name, or of the next one that nobody has: two windows of QGIS may share a
+/// profile.
+std::string Reserve(const std::string& stem) {
+  std::string path = stem + kEnding;
+  for (std::int64_t i = 2;; ++i) {
+    const auto failure = FailureOf([&] { OutputFile(path, OutputFile::Mode::kCreateNew).Close(); });
+    if (!failure) return path;
+    if (!files::FileExists(path)) throw RuntimeError(*failure);
+    path = stem + " (" + ToText(i) + ')' + kEnding;
+  }
 }
 
 /// The words of a file's name, without its ending.
@@ -55,13 +74,15 @@ std::vector<std::string> WordsOf(const std::string& path) {
 
 void HistoryFiles::Keep(const Session& session, RunOutcome outcome) {
   if (!QDir().mkpath(ToQt(folder_))) throw RuntimeError(ErrorNumber::kPathNotFound);
-  const std::string stem = JoinPath(folder_, NameFor(session, outcome));
-  std::string path = stem + kEnding;
-  for (std::int64_t i = 2; files::FileExists(path); ++i)
-    path = stem + " (" + ToText(i) + ')' + kEnding;
-  WriteSession(session, path);
+  const std::string path = Reserve(JoinPath(folder_, NameFor(session, outcome)));
+  const auto failure = FailureOf([&] { WriteSession(session, path); });
+  if (failure) {
+    Quietly([&] { files::DeleteFile(path); });
+    throw RuntimeError(*failure);
+  }
   const auto paths = Newest();
-  for (std::size_t i = kMost; i < paths.size(); ++i) files::DeleteFile(paths[i]);
+  for (std::size_t i = kMost; i < paths.size(); ++i)
+    Quietly([&] { files::DeleteFile(paths[i]); });  // one that stays keeps no other
 }
 
 std::vector<std::string> HistoryFiles::Newest() const {
@@ -70,6 +91,11 @@ std::vector<std::string> HistoryFiles::Newest() const {
   for (const std::string& name : files::NamesIn(folder_))
     if (name.ends_with(kEnding)) paths.push_back(JoinPath(folder_, name));
   std::sort(paths.rbegin(), paths.rend());
+  // Runs of a clock that went wrong must not push out those of the right one for years.
+  const std::string now = JoinPath(folder_, TimeFor(ClockNanoseconds()));
+  std::stable_partition(paths.begin(), paths.end(), [&](const std::string& path) {
+    return path.compare(0, now.size(), now) <= 0;
+  });
   return paths;
 }
 

@@ -17,7 +17,8 @@ class HistoryFiles {
   /// Keeps a run, and lets the oldest go where there are too many. A run-time error when it cannot
   /// be written.
   void Keep(const Session& session, RunOutcome outcome);
-  /// Paths of the files, the newest first.
+  /// Paths of the files, the newest first; behind them those that a wrong clock has put into the
+  /// future.
   std::vector<std::string> Newest() const;
 
  private:

@@ -97,7 +97,10 @@ void HistoryPanel::Keep(const Session& session, RunOutcome outcome) {
 
 void HistoryPanel::ShowRuns() {
   list_->clear();
-  for (const std::string& path : files_.Newest()) list_->addTopLevelItem(ItemFor(path));
+  // Nor must one that cannot be read keep QGIS from starting.
+  Quietly([this] {
+    for (const std::string& path : files_.Newest()) list_->addTopLevelItem(ItemFor(path));
+  });
   for (int column = 0; column < kColumns; ++column) list_->resizeColumnToContents(column);
 }
 

@@ -2,9 +2,12 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
 #include <QTreeWidget>
+
+#include <thread>
 
 #include "component/Component.h"
 #include "host/Commands.h"
@@ -13,6 +16,8 @@
 #include "qgis/Text.h"
 #include "qgis/WindowHost.h"
 #include "runtime/Files.h"
+#include "runtime/Ports.h"
+#include "runtime/RuntimeError.h"
 #include "session/SessionFile.h"
 #include "support/TempFolder.h"
 
@@ -70,6 +75,86 @@ TEST(HistoryFiles, LetsTheOldestGo) {
   const auto paths = history.Newest();
   ASSERT_EQ(paths.size(), HistoryFiles::kMost);
   EXPECT_EQ(KeptRunOf(paths.back()).when, "1970-01-01 00:00:03");
+}
+
+TEST(HistoryFiles, RunsOfAClockThatWasWrongGoFirst) {
+  const TempFolder folder;
+  HistoryFiles history(folder.Path());
+  constexpr std::int64_t kYear = 366 * 86400 * kSecond;
+  const std::int64_t future = ClockNanoseconds() + kYear;
+  const auto most = static_cast<std::int64_t>(HistoryFiles::kMost);
+  for (std::int64_t i = 0; i < most; ++i)
+    history.Keep(RunAt(future + i, "clsKernel"), RunOutcome::kSucceeded);
+  history.Keep(RunAt(kSecond), RunOutcome::kSucceeded);
+  history.Keep(RunAt(2 * kSecond), RunOutcome::kSucceeded);
+  const auto paths = history.Newest();
+  ASSERT_EQ(paths.size(), HistoryFiles::kMost);
+  EXPECT_EQ(KeptRunOf(paths[0]).when, "1970-01-01 00:00:02");
+  EXPECT_EQ(KeptRunOf(paths[1]).when, "1970-01-01 00:00:01");
+  EXPECT_EQ(KeptRunOf(paths[2]).className, "clsKernel");
+}
+
+TEST(HistoryFiles, OneThatCannotGoKeepsNoOther) {
+  const TempFolder folder;
+  HistoryFiles history(folder.Path());
+  files::CreateFolder(folder / "1969 is no file.json");
+  WriteBytes(folder / "1969.json", "{");
+  for (std::int64_t i = 0; i < static_cast<std::int64_t>(HistoryFiles::kMost); ++i)
+    history.Keep(RunAt(i * kSecond), RunOutcome::kSucceeded);
+  EXPECT_FALSE(files::FileExists(folder / "1969.json"));
+  EXPECT_TRUE(files::FolderExists(folder / "1969 is no file.json"));
+}
+
+TEST(HistoryFiles, TwoWindowsNeverTakeOneName) {
+  const TempFolder folder;
+  constexpr int kRuns = 60;
+  std::vector<std::thread> windows;
+  for (int window = 0; window < 2; ++window)
+    windows.emplace_back([&] {
+      HistoryFiles history(folder.Path());
+      for (int i = 0; i < kRuns; ++i) history.Keep(RunAt(i * kSecond), RunOutcome::kSucceeded);
+    });
+  for (std::thread& window : windows) window.join();
+  const auto paths = HistoryFiles(folder.Path()).Newest();
+  EXPECT_EQ(paths.size(), 2U * kRuns);
+  for (const std::string& path : paths) {
+    WrittenPaths written;
+    EXPECT_EQ(ReadSession(path, written).steps.size(), 2U) << path;
+  }
+}
+
+TEST(HistoryFiles, AFolderThatCannotBeIsAnError) {
+  const TempFolder folder;
+  WriteBytes(folder / "taken", "");
+  HistoryFiles history(folder / "taken");
+  EXPECT_THROW(history.Keep(RunAt(kSecond), RunOutcome::kSucceeded), RuntimeError);
+  EXPECT_THAT(history.Newest(), IsEmpty());
+}
+
+TEST(HistoryPanel, ShowsWhatItCanAndNeverGetsInTheWay) {
+  const TempFolder folder;
+  WriteBytes(folder / "taken", "");
+  HistoryPanel nowhere(HistoryFiles(folder / "taken"), nullptr);
+  nowhere.Keep(RunAt(kSecond), RunOutcome::kSucceeded);
+  EXPECT_EQ(nowhere.findChild<QTreeWidget*>()->topLevelItemCount(), 0);
+
+  WriteBytes(folder / "2026-03-01T12-00-00.000000000 clsKernel succeeded.json", "{ cut off");
+  HistoryPanel panel(HistoryFiles(folder.Path()), nullptr);
+  auto* list = panel.findChild<QTreeWidget*>();
+  ASSERT_EQ(list->topLevelItemCount(), 1);
+  list->setCurrentItem(list->topLevelItem(0));
+  QString said;
+  QTimer::singleShot(0, &panel, [&] {
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    ASSERT_NE(box, nullptr);
+    said = box->text();
+    box->close();
+  });
+  panel.onRunAgain = [](const Session&) { FAIL() << "nothing to run"; };
+  panel.findChild<QPushButton*>(QStringLiteral("again"))->click();
+  EXPECT_FALSE(said.isEmpty());
+  panel.Keep(RunAt(kSecond), RunOutcome::kSucceeded);
+  EXPECT_EQ(list->topLevelItemCount(), 2);
 }
 
 TEST(HistoryFiles, ReadNamesThatSayLess) {
