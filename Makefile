@@ -3,6 +3,7 @@
 #               PRESET=qgis: with the plugin, in QGIS itself)
 # make test-qgis  the plugin's tests alone, with a picture of every dialog in build/qgis/pictures
 # make bench    the fast ways against the plain ones
+# make bench-qgis  the same tools on a million features in QGIS and on the command line (BENCH_COUNT, BENCH_ROUNDS)
 # make install  puts `orlinths` under PREFIX and, where QGIS's development files are installed, the plugin into QGIS
 # make plugin   the plugin alone, into PLUGIN_DIR
 # Each installs the Debian packages it misses (as root, or through sudo).
@@ -12,6 +13,8 @@ PREFIX ?= /usr/local
 PLUGIN_DIR ?= /usr/lib/qgis/plugins
 BUILD := build/$(PRESET)
 JOBS ?= $(shell nproc)
+BENCH_COUNT ?= 1000000
+BENCH_ROUNDS ?= 3
 CMAKE_FLAGS ?=
 # What the demo runs, one after the other: each a script that checks its own results.
 EXAMPLES ?= luxembourg elevation storm-tracks home-ranges
@@ -25,7 +28,7 @@ ifeq ($(PRESET),qgis)
 LIBRARIES += $(QGIS) xvfb xauth
 endif
 
-.PHONY: all demo test test-qgis bench install plugin packages configure clean
+.PHONY: all demo test test-qgis bench bench-qgis install plugin packages configure clean
 all: configure
 	cmake --build $(BUILD) --parallel $(JOBS)
 
@@ -58,6 +61,11 @@ test-qgis:
 
 bench: all
 	@for program in $(BUILD)/bench/*Bench; do $$program; done
+
+bench-qgis:
+	@$(MAKE) --no-print-directory configure PRESET=qgis
+	@cmake --build build/qgis --parallel $(JOBS) --target orlinths orlinthstoolsplugin
+	@python3 bench/qgis/run.py build/qgis $(BENCH_COUNT) $(BENCH_ROUNDS)
 
 install: packages
 	cmake --preset no-qgis -DCMAKE_INSTALL_PREFIX=$(PREFIX) >/dev/null
