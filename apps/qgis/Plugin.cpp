@@ -78,6 +78,8 @@ void Plugin::unload() {
   locator_ = nullptr;
   qgis_.removeDockWidget(history_.get());
   history_.reset();
+  // No user is left with nothing in hand.
+  if (qgis_.mapCanvas()->mapTool() == digitiser_.get()) qgis_.actionPan()->trigger();
   toolbar_.reset();
   digitiser_.reset();
   commands_.reset();
