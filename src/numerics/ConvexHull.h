@@ -16,8 +16,9 @@ namespace orlinths {
 enum class Quadrant : int { kNorthEast = 1, kSouthEast = 2, kSouthWest = 3, kNorthWest = 4 };
 
 /// The points of a walk, each with its place in the order in which a cursor delivers them. They lie
-/// in a tree of boxes, and a step opens only the boxes that can hold its answer. Built in
-/// O(n log n), 30 bytes a point.
+/// in a tree of boxes, and a step opens only the boxes that can hold its answer: boxes are sorted
+/// out when they are first opened, and those in the middle of the points never are. O(n) to begin
+/// with, 30 bytes a point.
 class HullPoints {
  public:
   /// A point without coordinates (NaN) is passed over. One that lies at infinity counts in the
@@ -46,18 +47,24 @@ class HullPoints {
   };
   struct Node {
     Envelope box;
-    Place first, last;         ///< of the places of its points
-    std::uint32_t begin, end;  ///< its points; of an inner node the left half is the node behind it
-    std::uint32_t right;       ///< 0: a leaf
+    Place first, last;                  ///< of the places of its points
+    std::uint32_t begin, end;           ///< its points
+    std::uint32_t left = 0, right = 0;  ///< its halves, once it has been opened
   };
+  class Cells;
   struct Search;
 
-  std::uint32_t Build(std::uint32_t begin, std::uint32_t end);
+  Node NodeOf(std::uint32_t begin, std::uint32_t end) const;
+  std::uint32_t NodeOf(const Cells& cells, std::uint32_t from, std::uint32_t to) const;
+  void Open(std::uint32_t index) const;
+  void Halve(std::uint32_t index) const;
   Envelope BoxOf(const Coord& current, Quadrant quadrant) const;
 
   Envelope extent_;
-  std::vector<Item> items_;
-  std::vector<Node> nodes_;  ///< the root first
+  std::optional<Coord> westernmost_;  ///< of the points that are not at infinity; the first
+  /// What is asked for sorts them out: no answer depends on how far that has gone.
+  mutable std::vector<Item> items_;
+  mutable std::vector<Node> nodes_;  ///< the root first
 };
 
 /// The polygon around the points, which stand in the order in which a cursor delivers them: one

@@ -314,6 +314,71 @@ TEST_F(ConvexHull, EqualsTheWalkOverAllPointsOfATallColumn) {
   }
 }
 
+/// Thousands of points that crowd: nests a few last places wide, heaps at one place, columns and
+/// rows, a few far away, in any mixture and unit.
+Coords Crowds(Seeded& random) {
+  const double unit = std::pow(10, random.Real(-300, 300));
+  Coords points;
+  for (auto crowds = random.Whole(1, 5); crowds > 0; --crowds) {
+    const double x = random.Real(-1, 1), y = random.Real(-1, 1);
+    const double broad = std::pow(10, random.Real(-17, 0)),
+                 high = std::pow(10, random.Real(-17, 0));
+    const auto kind = random.Whole(0, 5);
+    for (auto p = random.Whole(1, 6000); p > 0; --p) {
+      const double dx = random.Real(-1, 1), dy = random.Real(-1, 1);
+      switch (kind) {
+        case 0:
+          points.push_back({x, y});
+          break;
+        case 1:
+          points.push_back({x, y + high * dy});
+          break;
+        case 2:
+          points.push_back({x + broad * dx, y});
+          break;
+        case 3:
+          points.push_back({x + std::round(8 * dx), y + std::round(8 * dy)});
+          break;
+        case 4:
+          points.push_back({x + broad * dx, y + broad * dx});
+          break;
+        default:
+          points.push_back({x + broad * dx, y + high * dy});
+          break;
+      }
+    }
+  }
+  for (auto p = random.Whole(0, 4); p > 0; --p)
+    points.push_back({random.Real(-1, 1) * std::pow(10, random.Real(0, 7)),
+                      random.Real(-1, 1) * std::pow(10, random.Real(0, 7))});
+  for (Coord& c : points) c = {c.x * unit, c.y * unit};
+  for (std::size_t i = points.size(); i > 1; --i)
+    std::swap(points[i - 1],
+              points[static_cast<std::size_t>(random.Whole(0, std::ssize(points) - 1))]);
+  return points;
+}
+
+TEST_F(ConvexHull, EqualsTheWalkOverAllPointsThatCrowd) {
+  Seeded random("ConvexHull.EqualsTheWalkOverAllPointsThatCrowd");
+  for (int i = 0; i < 60; ++i) ASSERT_NO_FATAL_FAILURE(ExpectAsPlain(Crowds(random)));
+}
+
+TEST_F(ConvexHull, EveryStepOfManyAmongCrowdsIsThatOfAWalkOverAllPoints) {
+  // One set asked again and again, from anywhere: what was sorted out for one question serves the
+  // next.
+  Seeded random("ConvexHull.EveryStepOfManyAmongCrowdsIsThatOfAWalkOverAllPoints");
+  for (int i = 0; i < 12; ++i) {
+    const Coords points = Crowds(random);
+    const HullPoints all(points);
+    for (int step = 0; step < 200; ++step) {
+      const Coord from = points[static_cast<std::size_t>(random.Whole(0, std::ssize(points) - 1))];
+      const auto quadrant = static_cast<int>(random.Whole(1, 4));
+      ASSERT_EQ(all.GetNextHullPoint(from, static_cast<Quadrant>(quadrant)),
+                NextHullPointPlain(points, all.Extent(), from, quadrant));
+    }
+  }
+}
+
 TEST_F(ConvexHull, EveryStepFromAnywhereIsThatOfAWalkOverAllPoints) {
   Seeded random("ConvexHull.EveryStepFromAnywhereIsThatOfAWalkOverAllPoints");
   for (int i = 0; i < 200; ++i) {
