@@ -172,6 +172,64 @@ void UniqueNumbers_Plain(benchmark::State& state) { TimeValues(state, "C2", Uniq
 void AllDifferent_Ours(benchmark::State& state) { TimeValues(state, "C1", UniqueValues); }
 void AllDifferent_Plain(benchmark::State& state) { TimeValues(state, "C1", UniqueValuesPlain); }
 
+/// Values in memory, without the reading: a column of a million rows.
+class Column : public ICursor {
+ public:
+  Column(FieldType type, const std::vector<Value>& values) : row_(values) {
+    row_.fields.AddField({.name = "V", .type = type});
+  }
+  IRow* Next() override { return ++row_.at < std::ssize(row_.values) ? &row_ : nullptr; }
+
+ private:
+  struct Row : IRow {
+    explicit Row(const std::vector<Value>& list) : values(list) {}
+    Oid OID() const override { return at; }
+    const orlinths::Fields& Fields() const override { return fields; }
+    Value GetValue(int) const override { return values[static_cast<std::size_t>(at)]; }
+    void SetValue(int, const Value&) override {}
+    const Geometry& Shape() const override { return shape; }
+    void SetShape(Geometry) override {}
+    const std::vector<Value>& values;
+    std::int64_t at = -1;
+    orlinths::Fields fields;
+    Geometry shape;
+  };
+  Row row_;
+};
+
+enum class Kind { kNumber, kText, kDate };
+
+/// So many different values; 0: all, in order.
+std::vector<Value> ColumnOf(Kind kind, std::int64_t different) {
+  std::vector<Value> values;
+  for (std::int64_t i = 0; i < kRows; ++i) {
+    const std::int64_t number = different == 0 ? i : i * 7919 % different;
+    values.push_back(kind == Kind::kNumber ? Value(static_cast<double>(number) * 0.37)
+                     : kind == Kind::kText ? Value("nest number " + ToText(number + 10'000'000))
+                                           : Value(Date{number * 60'000}));
+  }
+  return values;
+}
+
+template <class Way>
+void TimeColumn(benchmark::State& state, Kind kind, Way way) {
+  const std::vector<Value> values = ColumnOf(kind, state.range(0));
+  const FieldType type = kind == Kind::kNumber ? FieldType::kDouble
+                         : kind == Kind::kText ? FieldType::kText
+                                               : FieldType::kDate;
+  const auto run = [&](auto how) {
+    Column column(type, values);
+    return how(column, 0);
+  };
+  Need(run(UniqueValues) == run(UniqueValuesPlain), "the values differ");
+  for (auto _ : state) benchmark::DoNotOptimize(run(way));
+}
+
+void InMemory_Ours(benchmark::State& state, Kind kind) { TimeColumn(state, kind, UniqueValues); }
+void InMemory_Plain(benchmark::State& state, Kind kind) {
+  TimeColumn(state, kind, UniqueValuesPlain);
+}
+
 /// The floor of all of these: the rows read, nothing done.
 void ReadingOnly(benchmark::State& state) {
   const FeatureClassPtr plots = OpenFeatureClassByPath(Data().Path("plots"));
@@ -237,6 +295,48 @@ BENCHMARK(UniqueNumbers_Ours)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(UniqueNumbers_Plain)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(AllDifferent_Ours)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(AllDifferent_Plain)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(InMemory_Ours, numbers, Kind::kNumber)
+    ->Arg(7)
+    ->Arg(50'000)
+    ->Arg(999'983)
+    ->Arg(0)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(InMemory_Plain, numbers, Kind::kNumber)
+    ->Arg(7)
+    ->Arg(50'000)
+    ->Arg(999'983)
+    ->Arg(0)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(InMemory_Ours, texts, Kind::kText)
+    ->Arg(7)
+    ->Arg(50'000)
+    ->Arg(999'983)
+    ->Arg(0)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(InMemory_Plain, texts, Kind::kText)
+    ->Arg(7)
+    ->Arg(50'000)
+    ->Arg(999'983)
+    ->Arg(0)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(InMemory_Ours, dates, Kind::kDate)
+    ->Arg(7)
+    ->Arg(50'000)
+    ->Arg(999'983)
+    ->Arg(0)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+BENCHMARK_CAPTURE(InMemory_Plain, dates, Kind::kDate)
+    ->Arg(7)
+    ->Arg(50'000)
+    ->Arg(999'983)
+    ->Arg(0)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
 BENCHMARK(Listing_Ours)->Unit(benchmark::kMillisecond)->Arg(10'000)->Arg(40'000);
 BENCHMARK(Listing_ValueByValue)->Unit(benchmark::kMillisecond)->Arg(10'000)->Arg(40'000);
 BENCHMARK(Sum_Ours)->Unit(benchmark::kMillisecond)->Iterations(3);

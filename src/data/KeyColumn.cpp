@@ -1,12 +1,11 @@
 #include "data/KeyColumn.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <cstdint>
 #include <numeric>
 #include <utility>
 
+#include "numerics/NumberOrder.h"
 #include "runtime/RuntimeError.h"
 
 namespace orlinths {
@@ -17,15 +16,8 @@ int Sign(const T& a, const T& b) {
   return a < b ? -1 : b < a ? 1 : 0;
 }
 
-/// A whole number for each place in the order: those of two numbers compare as the numbers do, with
-/// what is none before all of them and null before that.
-std::uint64_t Place(double number, bool isNull) {
-  if (isNull) return 0;
-  if (std::isnan(number)) return 1;
-  constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
-  const auto bits = std::bit_cast<std::uint64_t>(number + 0.0);  // -0 is 0
-  return bits & kSignBit ? ~bits : bits | kSignBit;
-}
+/// Null comes before all numbers.
+std::uint64_t Place(double number, bool isNull) { return isNull ? 0 : PlaceOf(number); }
 
 template <class T>
 void LeaveLast(std::vector<T>& rows) {

@@ -1,10 +1,8 @@
 #include "data/Table.h"
 
 #include <algorithm>
-#include <bit>
 #include <numeric>
 #include <optional>
-#include <unordered_set>
 #include <utility>
 
 #include "data/KeyColumn.h"
@@ -13,38 +11,6 @@
 
 namespace orlinths {
 namespace {
-
-/// Total order of what a column may hold: null, then numbers that are none, then `Compare`.
-int Order(const Value& a, const Value& b) {
-  const auto rank = [](const Value& v) {
-    if (v.IsNull()) return 0;
-    const double* wide = v.As<double>();
-    const float* single = v.As<float>();
-    return (wide && std::isnan(*wide)) || (single && std::isnan(*single)) ? 1 : 2;
-  };
-  const int rankA = rank(a), rankB = rank(b);
-  if (rankA != rankB) return rankA < rankB ? -1 : 1;
-  return rankA < 2 ? 0 : Compare(a, b);
-}
-
-/// A row made by hand may know its values without knowing its fields.
-FieldType TypeOf(const IRow& row, int field) {
-  const Fields& fields = row.Fields();
-  return field < fields.FieldCount() ? fields[field].type : FieldType::kBlob;
-}
-
-/// The same for all numbers that `Order` takes for the same.
-std::uint64_t BitsOf(double number) {
-  return std::bit_cast<std::uint64_t>(std::isnan(number) ? std::nan("") : number + 0.0);
-}
-
-/// Remembers so many keys; of others it says again and again that they are new, since a field of as
-/// many different values is sorted faster than it is looked up.
-template <class Key>
-bool AddIfNew(std::unordered_set<Key>& seen, const Key& key) {
-  constexpr std::size_t kMost = 1 << 16;
-  return seen.size() < kMost ? seen.insert(key).second : !seen.contains(key);
-}
 
 template <class T>
 const T& Typed(const Geometry& shape) {
@@ -141,31 +107,6 @@ ISelectionSet ISelectionSet::Combine(const ISelectionSet& other, Operation opera
       break;
   }
   return ISelectionSet(std::move(both));
-}
-
-std::vector<Value> UniqueValues(ICursor& rows, int field) {
-  std::vector<Value> values;
-  std::unordered_set<std::uint64_t> numbers;
-  std::unordered_set<std::string> texts;
-  std::string text;
-  // A `Value` is made for what is new, not for every row.
-  const auto isNew = [&](const IRow& row) {
-    const FieldType type = TypeOf(row, field);
-    if (type < FieldType::kText) return AddIfNew(numbers, BitsOf(row.GetDouble(field)));
-    if (type != FieldType::kText) return true;
-    row.GetText(field, text);
-    return AddIfNew(texts, text);
-  };
-  for (std::int64_t read = 1; const IRow* row = rows.Next(); ++read) {
-    if (read % 4096 == 0) Yield();
-    if (!row->IsNull(field) && isNew(*row)) values.push_back(row->GetValue(field));
-  }
-  std::sort(values.begin(), values.end(),
-            [](const Value& a, const Value& b) { return Order(a, b) < 0; });
-  values.erase(std::unique(values.begin(), values.end(),
-                           [](const Value& a, const Value& b) { return Order(a, b) == 0; }),
-               values.end());
-  return values;
 }
 
 std::vector<Oid> SortedOids(const ITable& table, const std::vector<std::string>& fields,
