@@ -11,6 +11,7 @@
 #include "orlinths/RunPlan.h"
 #include "session/SessionFile.h"
 #include "session/SessionPlayer.h"
+#include "session/UserHand.h"
 #include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
@@ -80,14 +81,21 @@ class Arguments {
   }
 
   void TakeAssignment(const Dialog& dialog, const std::string& control, const std::string& value) {
-    Assignment assignment{dialog.Name(), dialog.FindControl(control)->name, value, {}};
     const Control& target = *dialog.FindControl(control);
-    const auto* box = dynamic_cast<const TextBox*>(&target);
-    const bool takesPath =
-        (box != nullptr && box->picker != nullptr) || target.Kind() == ControlKind::kButton;
-    if (takesPath && !value.empty()) assignment.path = Absolute(value);
-    if (box != nullptr && box->picker != nullptr && value.empty())
-      WrongCall(assignment.control + " takes a path");
+    Assignment assignment{dialog.Name(), target.name, value, {}};
+    // A box is filled through its picker, and a picker may be named itself.
+    const bool isButton = target.Kind() == ControlKind::kButton;
+    const auto* box =
+        isButton ? BoxFilledBy(dialog, target) : dynamic_cast<const TextBox*>(&target);
+    const bool isFilled = box != nullptr && box->picker != nullptr;
+    const bool takesReference = isFilled && box->picks == Picks::kSpatialReference;
+    if (isFilled && !isButton && value.empty())
+      WrongCall(assignment.control + (takesReference
+                                          ? " takes a spatial reference such as EPSG:4326"
+                                          : " takes a path"));
+    const bool takesPath = !takesReference && (isFilled || isButton) && !value.empty();
+    assignment.pick = {value, takesPath ? CurrentFolder() : "", takesReference};
+    if (takesPath) paths.Add(assignment.pick.Path(), value);
     assignments.push_back(std::move(assignment));
   }
 

@@ -35,8 +35,8 @@ std::string ExampleArgument(const Control& control) {
     }
     case ControlKind::kText: {
       const auto& box = static_cast<const TextBox&>(control);
-      if (box.picker != nullptr && box.enabled()) return box.name + "=PATH";
-      return {};
+      if (box.picker == nullptr || !box.enabled()) return {};
+      return box.name + (box.picks == Picks::kSpatialReference ? "=EPSG:4326" : "=PATH");
     }
     case ControlKind::kList:
       return control.enabled() ? control.name + "=\"*\"" : "";

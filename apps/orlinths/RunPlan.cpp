@@ -50,7 +50,7 @@ std::vector<std::string> Split(const std::string& text, char separator) {
 
 Step PressStep(const Button& button, const Assignment& assignment, bool withPick) {
   steps::Press press{button.name, {}};
-  if (withPick) press.pick = steps::Pick{assignment.path};
+  if (withPick) press.pick = assignment.pick;
   return Step{press};
 }
 

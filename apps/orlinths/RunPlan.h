@@ -17,7 +17,7 @@ struct Assignment {
   std::string dialog;
   std::string control;
   std::string value;
-  std::string path;  ///< the value as an absolute path, for a control that takes one
+  steps::Pick pick;  ///< the value as the answer of a choice, for a control that opens one
 };
 
 /// The step that carries out an assignment on a dialog as it is now: a text or choice is set, a box

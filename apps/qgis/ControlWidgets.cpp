@@ -17,9 +17,11 @@
 #include <cmath>
 
 #include "host/Dialog.h"
+#include "qgis/ItemIcons.h"
 #include "qgis/SpinArrows.h"
 #include "qgis/Text.h"
 #include "runtime/Value.h"
+#include "session/UserHand.h"
 
 namespace orlinths {
 namespace {
@@ -67,14 +69,6 @@ class LabelWidget : public Bound<Label, QLabel> {
   void ShowModel() override { widget->setText(ToQtLines(model.caption())); }
 };
 
-bool IsPickerOfSome(const Button& button) {
-  const auto& controls = button.Dialog().Controls();
-  return std::any_of(controls.begin(), controls.end(), [&](const auto& control) {
-    const auto* box = dynamic_cast<const TextBox*>(control.get());
-    return box != nullptr && box->picker == &button;
-  });
-}
-
 class ButtonWidget : public Bound<Button, QAbstractButton> {
  public:
   ButtonWidget(Button& control, IWidgetHost& host, QWidget* parent)
@@ -87,7 +81,7 @@ class ButtonWidget : public Bound<Button, QAbstractButton> {
 
  private:
   static QAbstractButton* Make(const Button& control, QWidget* parent) {
-    if (IsPickerOfSome(control)) {
+    if (BoxFilledBy(control.Dialog(), control) != nullptr) {
       auto* picker = new QToolButton(parent);
       picker->setFocusPolicy(Qt::TabFocus);
       return picker;
@@ -135,16 +129,6 @@ class PageWidget : public Bound<TextBox, QPlainTextEdit> {
 
 // ---- Choices
 
-/// An icon for every item, or for none: a field that happens to be named like a layer is no layer.
-std::vector<QIcon> IconsOf(const std::vector<std::string>& items, const IWidgetHost& host) {
-  std::vector<QIcon> icons;
-  for (const std::string& item : items) {
-    icons.push_back(host.IconOf(item));
-    if (icons.back().isNull()) return std::vector<QIcon>(items.size());
-  }
-  return icons;
-}
-
 class ComboWidget : public Bound<ComboBox, QComboBox> {
  public:
   ComboWidget(ComboBox& control, IWidgetHost& host, QWidget* parent)
@@ -159,11 +143,12 @@ class ComboWidget : public Bound<ComboBox, QComboBox> {
     });
   }
   void ShowModel() override {
-    if (shown_ != model.Items()) {
+    if (shown_ != model.Items() || shownKinds_ != model.ItemKinds()) {
       shown_ = model.Items();
+      shownKinds_ = model.ItemKinds();
       widget->clear();
-      const auto icons = IconsOf(shown_, host_);
-      for (std::size_t i = 0; i < shown_.size(); ++i) widget->addItem(icons[i], ToQt(shown_[i]));
+      for (std::size_t i = 0; i < shown_.size(); ++i)
+        widget->addItem(IconOf(shownKinds_[i]), ToQt(shown_[i]));
     }
     widget->setCurrentIndex(model.ListIndex());
   }
@@ -171,6 +156,7 @@ class ComboWidget : public Bound<ComboBox, QComboBox> {
  private:
   IWidgetHost& host_;
   std::vector<std::string> shown_;
+  std::vector<ItemKind> shownKinds_;
 };
 
 class ListWidget : public Bound<ListBox, QListWidget> {
@@ -183,12 +169,12 @@ class ListWidget : public Bound<ListBox, QListWidget> {
     QObject::connect(widget, &QListWidget::itemSelectionChanged, widget, [this] { Select(); });
   }
   void ShowModel() override {
-    if (shown_ != model.Items()) {
+    if (shown_ != model.Items() || shownKinds_ != model.ItemKinds()) {
       shown_ = model.Items();
+      shownKinds_ = model.ItemKinds();
       widget->clear();
-      const auto icons = IconsOf(shown_, host_);
       for (std::size_t i = 0; i < shown_.size(); ++i)
-        new QListWidgetItem(icons[i], ToQt(shown_[i]), widget);
+        new QListWidgetItem(IconOf(shownKinds_[i]), ToQt(shown_[i]), widget);
     }
     for (int i = 0; i < model.Count(); ++i)
       if (widget->item(i)->isSelected() != model.IsSelected(i))
@@ -205,6 +191,7 @@ class ListWidget : public Bound<ListBox, QListWidget> {
  private:
   IWidgetHost& host_;
   std::vector<std::string> shown_;
+  std::vector<ItemKind> shownKinds_;
 };
 
 class CheckWidget : public Bound<CheckBox, QCheckBox> {

@@ -1,7 +1,6 @@
 // The widget of each kind of control: shows the model, and hands on what its user does.
 #pragma once
 
-#include <QIcon>
 #include <QWidget>
 
 #include <functional>
@@ -19,8 +18,6 @@ class IWidgetHost {
   virtual ~IWidgetHost() = default;
   /// The user has acted: `act` tells the model, `step` is how a session says the same.
   virtual void Act(Step step, const std::function<void()>& act) = 0;
-  /// An icon for an item of a drop-down list or list; empty for none.
-  virtual QIcon IconOf(const std::string& item) const = 0;
 };
 
 /// One control on a window. It owns no widget: the window does.

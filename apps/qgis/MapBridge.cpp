@@ -10,6 +10,7 @@
 
 #include "data/SpatialReference.h"
 #include "qgis/LayerBridge.h"
+#include "qgis/References.h"
 #include "qgis/Text.h"
 #include "runtime/Trap.h"
 #include "session/MapBuilder.h"
@@ -18,7 +19,7 @@ namespace orlinths {
 namespace {
 
 /// The reference of the data themselves; nothing for a layer without.
-SpatialReferencePtr ReferenceOf(const ILayer& layer) {
+SpatialReferencePtr OwnReference(const ILayer& layer) {
   if (!layer.Valid()) return nullptr;
   if (const auto* features = dynamic_cast<const IFeatureLayer*>(&layer))
     return features->FeatureClass().SpatialReference();
@@ -35,7 +36,6 @@ void MapBridge::Build() const {
   if (!std::exchange(isStale_, false)) return;
   layers_.clear();
   tables_.clear();
-  tableLayers_.clear();
   pairs_.clear();
   const QStringList before = std::exchange(leftOut_, {});
   BuildGroup(*project_.layerTreeRoot(), layers_);
@@ -60,7 +60,6 @@ void MapBridge::BuildGroup(const QgsLayerTreeGroup& group, std::vector<LayerPtr>
       layers.push_back(std::move(*made));
     } else if (auto* table = std::get_if<StandaloneTablePtr>(&bridged.layer)) {
       tables_.push_back(std::move(*table));
-      tableLayers_.push_back(layer);
     } else {
       leftOut_ += layer->name() + QStringLiteral(": ") + ToQt(bridged.whyLeftOut);
     }
@@ -93,30 +92,19 @@ void MapBridge::AddLayer(LayerPtr layer) {
 
 void MapBridge::AddTable(StandaloneTablePtr table) {
   Build();
-  QgsMapLayer* inProject = nullptr;
   if (auto made = ToQgis(NotNothing(table.get()))) {
-    inProject = project_.addMapLayer(made.release(), false);
+    QgsMapLayer* inProject = project_.addMapLayer(made.release(), false);
     project_.layerTreeRoot()->addLayer(inProject);
     reload_.Remember(*inProject);
   }
   tables_.push_back(std::move(table));
-  tableLayers_.push_back(inProject);
-}
-
-const QgsMapLayer* MapBridge::LayerNamed(const std::string& name) const {
-  Build();
-  for (const Pair& pair : pairs_)
-    if (pair.layer->Name() == name) return pair.qgis;
-  for (std::size_t i = 0; i < tables_.size(); ++i)
-    if (tables_[i]->Name() == name) return tableLayers_[i];
-  return nullptr;
 }
 
 SpatialReferencePtr MapBridge::SpatialReference() const {
   Build();
   const QgsCoordinateReferenceSystem crs = project_.crs();
   for (const LayerPtr& layer : Layers()) {
-    SpatialReferencePtr own = ReferenceOf(*layer);
+    SpatialReferencePtr own = OwnReference(*layer);
     if (!own) continue;
     const auto pair = std::find_if(pairs_.begin(), pairs_.end(),
                                    [&](const Pair& known) { return known.layer == layer; });
@@ -125,14 +113,7 @@ SpatialReferencePtr MapBridge::SpatialReference() const {
     if (!crs.isValid() || isProjects) return own;
     break;
   }
-  SpatialReferencePtr reference = UnknownCoordinateSystem();
-  if (!crs.isValid()) return reference;
-  const QString text =
-      crs.authid().isEmpty() ? crs.toWkt(QgsCoordinateReferenceSystem::WKT1_GDAL) : crs.authid();
-  if (!Quietly([&] { reference = SpatialReferenceFromText(FromQt(text)); }))
-    reference =
-        SpatialReferenceFromText(FromQt(crs.toWkt(QgsCoordinateReferenceSystem::WKT1_GDAL)));
-  return reference;
+  return ReferenceOf(crs);
 }
 
 void MapBridge::PushSelection(const IFeatureLayer& layer) const {

@@ -25,8 +25,6 @@ class MapBridge : public IMap {
   void Renew() { isStale_ = true; }
   /// The work of a tool is over: layers whose files have changed are read anew.
   void WorkDone() { reload_.ReloadChanged(); }
-  /// The project's layer or table that the tools know by this name; nothing when there is none.
-  const QgsMapLayer* LayerNamed(const std::string& name) const;
   /// Selects rows as the user does.
   void Select(const std::string& layer, const std::vector<Oid>& oids);
 
@@ -55,7 +53,6 @@ class MapBridge : public IMap {
   mutable bool isStale_ = true;
   mutable std::vector<LayerPtr> layers_;
   mutable std::vector<StandaloneTablePtr> tables_;
-  mutable std::vector<QPointer<QgsMapLayer>> tableLayers_;  // beside the tables
   mutable std::vector<Pair> pairs_;
   mutable QStringList leftOut_;
   mutable LayerReload reload_;

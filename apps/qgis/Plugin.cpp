@@ -15,7 +15,6 @@
 #include "qgis/CommandSet.h"
 #include "qgis/DesktopApplication.h"
 #include "qgis/HistoryPanel.h"
-#include "qgis/LayerIcons.h"
 #include "qgis/MapToolAdapters.h"
 #include "qgis/MessageBoxes.h"
 #include "qgis/Refill.h"
@@ -51,9 +50,6 @@ void Plugin::initGui() {
   RegisterTools();
   application_ = std::make_unique<DesktopApplication>(qgis_);
   windows_ = std::make_unique<WindowHost>(qgis_.mainWindow());
-  windows_->iconOf = [this](const std::string& name) {
-    return LayerIconOf(application_->Bridge(), name);
-  };
   windows_->onWorkDone = [this] { application_->Bridge().WorkDone(); };
   application_->yield = [this] { windows_->Yield(); };
   SetApplication(application_.get());

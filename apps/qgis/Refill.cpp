@@ -4,9 +4,25 @@
 
 #include "qgis/Text.h"
 #include "qgis/WidgetHand.h"
+#include "runtime/Trap.h"
+#include "session/References.h"
 #include "session/UserHand.h"
 
 namespace orlinths {
+namespace {
+
+/// Is there a choice, and does it hold today?
+bool CanBeTaken(const steps::Pick& pick,
+                const std::function<bool(const std::string& path)>& mayReplace,
+                std::string& wrong) {
+  if (!pick.text) return false;
+  if (!pick.isReference) return !QFileInfo::exists(ToQt(pick.Path())) || mayReplace(pick.Path());
+  const auto failure = FailureOf([&] { ReferenceNamed(*pick.text); });
+  if (failure) wrong = failure->Description();
+  return !failure;
+}
+
+}  // namespace
 
 QStringList Refill(Dialog& dialog, const Session& session, WindowHost& windows,
                    const std::function<bool(const std::string& path)>& mayReplace) {
@@ -20,13 +36,10 @@ QStringList Refill(Dialog& dialog, const Session& session, WindowHost& windows,
     } else if (const auto* press = std::get_if<steps::Press>(&step.what)) {
       auto* button = dynamic_cast<Button*>(ReachableControl(dialog, press->control, wrong));
       if (button == dialog.MainButton() && button != nullptr) break;
-      const bool isChoice = press->pick && press->pick->path;
-      const bool isTaken = isChoice && (!QFileInfo::exists(ToQt(*press->pick->path)) ||
-                                        mayReplace(*press->pick->path));
-      if (button != nullptr && (isTaken || !press->pick)) {
-        if (isTaken) windows.answerNextPick = *press->pick->path;
+      if (button != nullptr && (!press->pick || CanBeTaken(*press->pick, mayReplace, wrong))) {
+        windows.answerNextPick = press->pick;
         hand.Press(dialog, *button);
-        windows.answerNextPick.clear();
+        windows.answerNextPick.reset();
       }
     }
     if (!wrong.empty()) wrongs += ToQt(wrong);

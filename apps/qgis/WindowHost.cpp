@@ -11,9 +11,11 @@
 
 #include "qgis/FilePickers.h"
 #include "qgis/MessageBoxes.h"
+#include "qgis/ReferencePicker.h"
 #include "qgis/Text.h"
 #include "qgis/VectorRegisters.h"
 #include "runtime/Trap.h"
+#include "session/References.h"
 
 namespace orlinths {
 namespace {
@@ -91,8 +93,6 @@ QWidget* WindowHost::Parent() const {
     if (DialogWindow* window = WindowOf(**dialog)) return window;
   return mainWindow_;
 }
-
-QIcon WindowHost::IconOf(const std::string& item) const { return iconOf ? iconOf(item) : QIcon(); }
 
 // ---- Dialogs
 
@@ -242,12 +242,29 @@ bool WindowHost::eventFilter(QObject* receiver, QEvent* event) {
 bool WindowHost::Pick(const Question& question, Choice& choice) {
   ShowAllChanges();
   const CursorAtRest atRest;
-  bool isChosen = !answerNextPick.empty();
-  if (isChosen)
-    choice = ChoiceOf(answerNextPick, question);
+  bool isChosen = true;
+  if (const auto answer = std::exchange(answerNextPick, {}))
+    choice = ChoiceOf(answer->Path(), question);
   else
     isChosen = AskForFile(question, choice, Parent());
   if (onPick) onPick(isChosen ? steps::Pick{choice.FullName()} : steps::Pick{});
+  return isChosen;
+}
+
+bool WindowHost::PickSpatialReference(const ReferenceQuestion& question,
+                                      SpatialReferencePtr& reference) {
+  ShowAllChanges();
+  const CursorAtRest atRest;
+  bool isChosen = true;
+  if (const auto answer = std::exchange(answerNextPick, {}))
+    reference = ReferenceNamed(answer->text.value_or(""));
+  else
+    isChosen = AskForReference(question, reference, Parent());
+  if (!onPick) return isChosen;
+  steps::Pick pick;
+  pick.isReference = true;
+  if (isChosen) pick.text = WordsFor(*reference);
+  onPick(pick);
   return isChosen;
 }
 

@@ -2,12 +2,12 @@
 // stop it.
 #pragma once
 
-#include <QIcon>
 #include <QObject>
 #include <QPointer>
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,22 +26,20 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   explicit WindowHost(QWidget* mainWindow);
   ~WindowHost() override;
 
-  /// An icon for an item of a list; asked for every item.
-  std::function<QIcon(const std::string& item)> iconOf;
   /// The work that a user set off is over, and everything is on the disk.
   std::function<void()> onWorkDone;
   /// A user has done this in the dialog on top.
   std::function<void(const Dialog& dialog, const Step& step)> onStep;
   /// What that did is over; a wish to stop it is still known.
   std::function<void(const Dialog& dialog, const Step& step)> onStepDone;
-  /// A file dialog that a press opened gave this.
+  /// A choice that a press opened gave this.
   std::function<void(const steps::Pick& pick)> onPick;
   /// The user has answered a question.
   std::function<void(const std::string& question, bool yes)> onAnswer;
   /// A dialog stands ready for its user, who has not touched it yet. Used up by the first one.
   std::function<void(Dialog& dialog)> onNextReady;
-  /// The path that the next file dialog gives without being shown; empty: the user is asked.
-  std::string answerNextPick;
+  /// What the next choice gives without being shown; nothing: the user is asked.
+  std::optional<steps::Pick> answerNextPick;
 
   /// Message box, yield and shell for the tools, in windows.
   Ports MakePorts();
@@ -65,13 +63,14 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   void ControlFocused(Control& control) override;
   void Repaint(Dialog& dialog) override;
   bool Pick(const Question& question, Choice& choice) override;
+  bool PickSpatialReference(const ReferenceQuestion& question,
+                            SpatialReferencePtr& reference) override;
 
   /// Repaints, and hears a wish to stop; at most twenty times a second.
   void Yield();
 
  private:
   void Act(Step step, const std::function<void()>& act) override;
-  QIcon IconOf(const std::string& item) const override;
   bool eventFilter(QObject* receiver, QEvent* event) override;
   void ShowChangesSoon();
   void ShowAllChanges();

@@ -33,13 +33,33 @@ int AddFitting(const Fields& fields, IItemList& list, int filter) {
   int listed = 0;
   for (const Field& field : fields) {
     if (!Fits(field.type, filter)) continue;
-    list.AddItem(field.name);
+    list.AddItem(field.name, KindOf(field.type));
     ++listed;
   }
   return listed;
 }
 
 }  // namespace
+
+ItemKind KindOf(FieldType type) {
+  switch (type) {
+    case FieldType::kSmallInteger:
+    case FieldType::kInteger:
+    case FieldType::kOid:
+      return ItemKind::kWholeField;
+    case FieldType::kSingle:
+    case FieldType::kDouble:
+      return ItemKind::kNumberField;
+    case FieldType::kText:
+      return ItemKind::kTextField;
+    case FieldType::kDate:
+      return ItemKind::kDateField;
+    case FieldType::kGeometry:
+    case FieldType::kBlob:
+      break;
+  }
+  return ItemKind::kOtherField;
+}
 
 int ListTableFields(const ITable& table, IItemList& combo, int filter) {
   AddFitting(table.Fields(), combo, filter);

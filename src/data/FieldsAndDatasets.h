@@ -34,6 +34,9 @@ int ListTableFields(const ITable& table, IItemList& combo, int filter);
 /// The same without filters 15 and 16; gives the number of fields for filter 0 and the number listed for the others.
 int ListFieldsInListBox(const IFeatureLayer& layer, IItemList& list, int filter);
 
+/// How a list shows a field of that type.
+ItemKind KindOf(FieldType type);
+
 bool FieldExists(const std::string& name, const Fields& fields);
 
 /// Adds a field and gives its index; -1, after a report, on failure. Without a length neither length nor precision is set.

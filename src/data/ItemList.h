@@ -5,11 +5,31 @@
 
 namespace orlinths {
 
+/// What an item names, for a host that shows a picture beside it. A mere value has none, whatever
+/// else bears the same name.
+enum class ItemKind {
+  kValue,
+  kPointLayer,
+  kLineLayer,
+  kPolygonLayer,
+  kRasterLayer,
+  kOtherLayer,
+  kTable,
+  kWholeField,
+  kNumberField,
+  kTextField,
+  kDateField,
+  kOtherField
+};
+
 class IItemList {
  public:
   virtual ~IItemList() = default;
   /// Appends; a text that stands there already is added again.
-  virtual void AddItem(const std::string& text) = 0;
+  void AddItem(const std::string& text, ItemKind kind = ItemKind::kValue) { Append(text, kind); }
+
+ protected:
+  virtual void Append(const std::string& text, ItemKind kind) = 0;
 };
 
 }  // namespace orlinths

@@ -37,6 +37,24 @@ bool IsIntegerRaster(const ILayer& layer) {
   return raster && raster->BandCount() > 0 && IsInteger(raster->PixelType());
 }
 
+ItemKind KindOf(const ILayer& layer) {
+  if (dynamic_cast<const IRasterLayer*>(&layer) != nullptr) return ItemKind::kRasterLayer;
+  if (IsTable(layer)) return ItemKind::kTable;
+  switch (ShapeTypeOf(layer)) {
+    case GeometryType::kPoint:
+    case GeometryType::kMultipoint:
+      return ItemKind::kPointLayer;
+    case GeometryType::kPolyline:
+    case GeometryType::kLine:
+      return ItemKind::kLineLayer;
+    case GeometryType::kPolygon:
+      return ItemKind::kPolygonLayer;
+    case GeometryType::kNull:
+      break;
+  }
+  return ItemKind::kOtherLayer;
+}
+
 /// Kinds 1 to 8, the same in both lists but for the multipoint layers.
 bool Belongs(const ILayer& layer, int kind) {
   switch (kind) {
@@ -102,7 +120,7 @@ int ListLayers(int kind, IItemList& combo) {
     at = "B";
     for (const LayerPtr& layer : layers) {
       if (!BelongsInCombo(*layer, kind)) continue;
-      combo.AddItem(layer->Name());
+      combo.AddItem(layer->Name(), KindOf(*layer));
       ++count;
     }
   });
@@ -113,7 +131,7 @@ int ListLayersInListBox(int kind, IItemList& list) {
   int count = 0;
   for (const LayerPtr& layer : ListableLayers()) {
     if (!BelongsInListBox(*layer, kind)) continue;
-    list.AddItem(layer->Name());
+    list.AddItem(layer->Name(), KindOf(*layer));
     ++count;
   }
   return count;
@@ -128,7 +146,7 @@ int ListSATables(IItemList& combo) {
     count = static_cast<int>(tables.size());
     at = "C";
     for (const StandaloneTablePtr& table : tables)
-      if (table->Valid()) combo.AddItem(table->Name());
+      if (table->Valid()) combo.AddItem(table->Name(), ItemKind::kTable);
   });
   return count;
 }

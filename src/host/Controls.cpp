@@ -109,13 +109,15 @@ ComboBox::ComboBox(orlinths::Dialog& dialog, std::string controlName, std::strin
                    State state)
     : Control(dialog, std::move(controlName), std::move(label), state), text(*this, "") {}
 
-void ComboBox::AddItem(const std::string& item) {
+void ComboBox::Append(const std::string& item, ItemKind kind) {
   items_.push_back(item);
+  kinds_.push_back(kind);
   Changed();
 }
 
 void ComboBox::Clear() {
   items_.clear();
+  kinds_.clear();
   text = std::string();
   Changed();
 }
@@ -135,12 +137,14 @@ bool ComboBox::UserChoose(const std::string& item) {
 void ComboBox::KeepDesign() {
   Control::KeepDesign();
   designItems_ = items_;
+  designKinds_ = kinds_;
   designText_ = text();
 }
 
 void ComboBox::RestoreDesign() {
   Control::RestoreDesign();
   items_ = designItems_;
+  kinds_ = designKinds_;
   text = designText_;
 }
 
@@ -149,8 +153,9 @@ void ComboBox::RestoreDesign() {
 ListBox::ListBox(orlinths::Dialog& dialog, std::string controlName, std::string label, State state)
     : Control(dialog, std::move(controlName), std::move(label), state) {}
 
-void ListBox::AddItem(const std::string& item) {
+void ListBox::Append(const std::string& item, ItemKind kind) {
   items_.push_back(item);
+  kinds_.push_back(kind);
   selected_.push_back(false);
   Changed();
 }
@@ -158,12 +163,14 @@ void ListBox::AddItem(const std::string& item) {
 void ListBox::RemoveItem(int index) {
   if (index < 0 || index >= Count()) throw RuntimeError(ErrorNumber::kSubscript);
   items_.erase(items_.begin() + index);
+  kinds_.erase(kinds_.begin() + index);
   selected_.erase(selected_.begin() + index);
   Changed();
 }
 
 void ListBox::Clear() {
   items_.clear();
+  kinds_.clear();
   selected_.clear();
   Changed();
 }
@@ -209,12 +216,14 @@ bool ListBox::UserSelect(const std::vector<std::string>& items) {
 void ListBox::KeepDesign() {
   Control::KeepDesign();
   designItems_ = items_;
+  designKinds_ = kinds_;
   designSelected_ = selected_;
 }
 
 void ListBox::RestoreDesign() {
   Control::RestoreDesign();
   items_ = designItems_;
+  kinds_ = designKinds_;
   selected_ = designSelected_;
 }
 

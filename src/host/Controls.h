@@ -124,6 +124,10 @@ class Label : public Control {
   ControlKind Kind() const override { return ControlKind::kLabel; }
 };
 
+/// What a picker button fills its box with: the path of a file or folder, or the name of a spatial
+/// reference.
+enum class Picks { kPath, kSpatialReference };
+
 class TextBox : public Control {
  public:
   TextBox(orlinths::Dialog& dialog, std::string name, std::string label,
@@ -136,7 +140,8 @@ class TextBox : public Control {
   Property<std::string> text;
   bool readOnly = false;
   bool multiLine = false;
-  Button* picker = nullptr;  ///< the button that fills this box through a file or folder choice
+  Button* picker = nullptr;  ///< the button that fills this box through a choice
+  Picks picks = Picks::kPath;
   std::function<void()> OnChange;
   void UserSetText(const std::string& newText);
 
@@ -157,8 +162,8 @@ class ComboBox : public Control, public IItemList {
 
   Property<std::string> text;
   const std::vector<std::string>& Items() const { return items_; }
-  void AddItem(const std::string& item) override;
-  void Clear();  ///< items and text
+  const std::vector<ItemKind>& ItemKinds() const { return kinds_; }  ///< beside the items
+  void Clear();                                                      ///< items and text
   /// Position of the text among the items, -1 when it is none of them.
   int ListIndex() const;
   std::function<void()> OnClick;
@@ -167,11 +172,13 @@ class ComboBox : public Control, public IItemList {
   bool UserChoose(const std::string& item);
 
  protected:
+  void Append(const std::string& item, ItemKind kind) override;
   void KeepDesign() override;
   void RestoreDesign() override;
 
  private:
   std::vector<std::string> items_, designItems_;
+  std::vector<ItemKind> kinds_, designKinds_;
   std::string designText_;
 };
 
@@ -183,7 +190,7 @@ class ListBox : public Control, public IItemList {
 
   bool multiSelect = true;
   const std::vector<std::string>& Items() const { return items_; }
-  void AddItem(const std::string& item) override;
+  const std::vector<ItemKind>& ItemKinds() const { return kinds_; }  ///< beside the items
   void RemoveItem(int index);
   void Clear();
   int Count() const { return static_cast<int>(items_.size()); }
@@ -198,11 +205,13 @@ class ListBox : public Control, public IItemList {
   bool UserSelect(const std::vector<std::string>& items);
 
  protected:
+  void Append(const std::string& item, ItemKind kind) override;
   void KeepDesign() override;
   void RestoreDesign() override;
 
  private:
   std::vector<std::string> items_, designItems_;
+  std::vector<ItemKind> kinds_, designKinds_;
   std::vector<bool> selected_, designSelected_;
 };
 

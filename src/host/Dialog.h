@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "data/SpatialReference.h"
 #include "host/Controls.h"
 
 namespace orlinths {
@@ -146,6 +147,16 @@ class IDialogHost {
     Dialog* owner = nullptr;
   };
   virtual bool Pick(const Question& question, Choice& choice) = 0;
+
+  /// The choice of a spatial reference, beginning with `reference`, never null; the unknown
+  /// coordinate system can be chosen like any other. False, and nothing changed, when the user
+  /// cancels.
+  struct ReferenceQuestion {
+    std::string title;
+    Dialog* owner = nullptr;
+  };
+  virtual bool PickSpatialReference(const ReferenceQuestion& question,
+                                    SpatialReferencePtr& reference) = 0;
 };
 
 /// The host in force; error 91 before one is set.

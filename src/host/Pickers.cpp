@@ -1,5 +1,8 @@
 #include "host/Pickers.h"
 
+#include <utility>
+
+#include "data/Application.h"
 #include "data/FieldsAndDatasets.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
@@ -61,6 +64,17 @@ bool PickOpen(Dialog& owner, const std::string& title, IDialogHost::Filter filte
 void PickOutputFolder(Dialog& owner, std::string& folder, TextBox& box) {
   if (PickOpen(owner, "Select output folder...", IDialogHost::Filter::kFolders, folder))
     box.text = folder;
+}
+
+void PickSpatialReference(Dialog& owner, SpatialReferencePtr& reference, TextBox& box) {
+  // The box's own words are the question, without the colon that leads to it.
+  std::string title = box.caption;
+  if (title.ends_with(':')) title.pop_back();
+  SpatialReferencePtr chosen = reference ? reference : NotNothing(gMap).SpatialReference();
+  if (!DialogHost().PickSpatialReference({.title = std::move(title), .owner = &owner}, chosen))
+    return;
+  reference = std::move(chosen);
+  box.text = reference->Name();
 }
 
 }  // namespace orlinths

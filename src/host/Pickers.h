@@ -1,4 +1,4 @@
-// File and folder choices, each the way its kind of output asks for.
+// Choices of files, folders and spatial references, each the way its kind of output asks for.
 #pragma once
 
 #include <string>
@@ -30,5 +30,8 @@ bool PickOpen(Dialog& owner, const std::string& title, IDialogHost::Filter filte
               std::string& fullName);
 /// Output folder: `folder` and the box get the full name.
 void PickOutputFolder(Dialog& owner, std::string& folder, TextBox& box);
+/// Spatial reference, starting with the present one, or the map's where there is none yet; the box
+/// gets its name. The box is to be declared with `Picks::kSpatialReference`.
+void PickSpatialReference(Dialog& owner, SpatialReferencePtr& reference, TextBox& box);
 
 }  // namespace orlinths

@@ -17,7 +17,7 @@ namespace {
 /// For counting layers without listing them.
 class NoList : public IItemList {
  public:
-  void AddItem(const std::string&) override {}
+  void Append(const std::string&, ItemKind) override {}
 };
 
 int CountLayers(int kind) {

@@ -96,15 +96,13 @@ class RunWords {
   }
 
   bool TakePick(const Control& button, const steps::Press& press) {
-    if (!press.pick || !press.pick->path) return false;
-    for (const auto& control : dialog_->Controls()) {
-      const auto* box = dynamic_cast<const TextBox*>(control.get());
-      if (box == nullptr || box->picker != &button) continue;
-      assignments_.push_back(box->name + '=' + *press.pick->path);
-      writes_ = true;
-      return true;
-    }
-    return false;
+    const TextBox* box = BoxFilledBy(*dialog_, button);
+    if (!press.pick || !press.pick->text || box == nullptr) return false;
+    const bool isReference = box->picks == Picks::kSpatialReference;
+    assignments_.push_back(box->name + '=' +
+                           (isReference ? *press.pick->text : press.pick->Path()));
+    writes_ = writes_ || !isReference;
+    return true;
   }
 
   bool TakeMap(const MapContents& map) {

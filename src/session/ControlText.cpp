@@ -80,7 +80,10 @@ std::string Remarks(const Control& control) {
   if (const auto* items = ShownBy(control).items; items != nullptr && !items->empty())
     remarks.push_back("one of: " + Listed(*items));
   if (const Button* picker = PickerOf(control))
-    remarks.push_back("a path, through " + picker->name);
+    remarks.push_back((static_cast<const TextBox&>(control).picks == Picks::kSpatialReference
+                           ? "a spatial reference such as EPSG:4326, through "
+                           : "a path, through ") +
+                      picker->name);
   if (control.Kind() == ControlKind::kUpDown) {
     const auto& spinner = static_cast<const UpDown&>(control);
     remarks.push_back(ToText(spinner.min) + " to " + ToText(spinner.max));

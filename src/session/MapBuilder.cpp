@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "data/SpatialReference.h"
 #include "data/Workspace.h"
+#include "session/References.h"
 #include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
@@ -150,13 +150,7 @@ void BuildMap(const MapContents& contents, Map& map) {
   for (const LayerEntry& entry : contents.layers) map.Append(MakeLayer(entry));
   for (const LayerEntry& entry : contents.tables) map.AppendTable(MakeTable(entry));
   if (contents.spatialReference.empty()) return;
-  SpatialReferencePtr reference;
-  const auto failure =
-      FailureOf([&] { reference = SpatialReferenceFromText(contents.spatialReference); });
-  if (failure)
-    WrongCall("the spatial reference " + Quoted(contents.spatialReference) + ": " +
-              failure->Description());
-  map.SetSpatialReference(reference);
+  map.SetSpatialReference(ReferenceNamed(contents.spatialReference));
 }
 
 MapContents ContentsOf(const IMap& map) {

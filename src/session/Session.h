@@ -53,9 +53,18 @@ struct Set {
   SetValue to;
   bool operator==(const Set&) const = default;
 };
+/// What the choice that a press opens gives back.
 struct Pick {
-  std::optional<std::string> path;  ///< nothing: the file dialog is cancelled
-  bool operator==(const Pick&) const = default;
+  /// As written: a path, or the definition of a spatial reference. Nothing: the choice is
+  /// cancelled.
+  std::optional<std::string> text = {};
+  std::string folder = {};   ///< where a relative path starts
+  bool isReference = false;  ///< the dialog is known, and its button fills a box with a reference
+
+  /// The text as an absolute path.
+  std::string Path() const;
+  /// The same choice, however its path is written.
+  bool operator==(const Pick& other) const;
 };
 struct Press {
   std::string control;

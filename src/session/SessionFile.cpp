@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <utility>
 
+#include "host/Commands.h"
 #include "session/ClockText.h"
 #include "session/Json.h"
+#include "session/UserHand.h"
 #include "session/Words.h"
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
@@ -218,20 +221,47 @@ steps::Mouse ReadMouse(Members& members) {
   return mouse;
 }
 
-Step ReadStep(const Json& json, std::size_t index, const Paths& paths) {
+/// Steps in their order. What the choices of the clicked tool's dialog give is known from its
+/// controls: a spatial reference is not taken for a path.
+class StepReader {
+ public:
+  explicit StepReader(const Paths& paths) : paths_(paths) {}
+  Step Read(const Json& json, std::size_t index);
+
+ private:
+  void Clicked(const std::string& className) {
+    const CommandInfo* command = FindCommand(className);
+    const bool hasDialog = command != nullptr && HasDialog(command->dialog);
+    dialog_ = hasDialog ? NewDialog(command->dialog) : nullptr;
+  }
+  steps::Pick ReadPick(Members& members, const std::string& button) const {
+    if (members.Need("pick").is_null()) return {};
+    const Control* control = dialog_ ? dialog_->FindControl(button) : nullptr;
+    const TextBox* box = control != nullptr ? BoxFilledBy(*dialog_, *control) : nullptr;
+    steps::Pick pick{members.NeedText("pick"), paths_.folder,
+                     box != nullptr && box->picks == Picks::kSpatialReference};
+    if (!pick.isReference) TakePath(members, "pick", paths_);
+    return pick;
+  }
+
+  const Paths& paths_;
+  std::unique_ptr<Dialog> dialog_;
+};
+
+Step StepReader::Read(const Json& json, std::size_t index) {
   Members members(json, Ordinal("step", index),
                   "one of \"click\", \"set\", \"press\", \"show\", \"select\" and \"mouse\"");
   Step step;
   step.number = static_cast<int>(index + 1);
   if (members.Has("click")) {
     step.what = steps::Click{members.NeedText("click")};
+    Clicked(std::get<steps::Click>(step.what).className);
   } else if (members.Has("set")) {
     const std::string control = members.NeedText("set");
     step.what = steps::Set{control, ReadValue(members.Need("to"), members)};
   } else if (members.Has("press")) {
     steps::Press press{members.NeedText("press"), {}};
-    if (const Json* pick = members.Take("pick"))
-      press.pick = pick->is_null() ? steps::Pick{} : steps::Pick{TakePath(members, "pick", paths)};
+    if (members.Has("pick")) press.pick = ReadPick(members, press.control);
     step.what = std::move(press);
   } else if (members.Has("show")) {
     if (members.NeedText("show") != "controls") members.Wrong("\"show\" must be \"controls\"");
@@ -289,8 +319,12 @@ struct StepWriter {
   }
   Json operator()(const steps::Press& press) const {
     Json json = {{"press", press.control}};
-    if (press.pick && press.pick->path) json["pick"] = RelativePath(*press.pick->path, folder);
-    if (press.pick && !press.pick->path) json["pick"] = nullptr;
+    if (!press.pick) return json;
+    const steps::Pick& pick = *press.pick;
+    if (!pick.text)
+      json["pick"] = nullptr;
+    else
+      json["pick"] = pick.isReference ? *pick.text : RelativePath(pick.Path(), folder);
     return json;
   }
   Json operator()(const steps::Show&) const { return {{"show", "controls"}}; }
@@ -333,8 +367,9 @@ Session ParseSession(const std::string& text, const std::string& folder, Written
   for (std::size_t i = 0; i < replies.size(); ++i)
     session.replies.push_back(ReadReply(replies[i], i));
   const Json& stepList = members.Array("steps");
+  StepReader reader(paths);
   for (std::size_t i = 0; i < stepList.size(); ++i)
-    session.steps.push_back(ReadStep(stepList[i], i, paths));
+    session.steps.push_back(reader.Read(stepList[i], i));
   members.NothingElse();
   return session;
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "session/MapBuilder.h"
+#include "session/References.h"
 #include "session/UserHand.h"
 #include "session/Words.h"
 #include "numerics/Random.h"
@@ -16,6 +17,8 @@
 namespace orlinths {
 namespace {
 
+constexpr const char* kFileChoice = "a file dialog";
+constexpr const char* kReferenceChoice = "a choice of spatial references";
 constexpr int kButtons = 0xF;  // the part of a message's flags that names its buttons
 
 bool Exists(const std::string& path) {
@@ -251,17 +254,31 @@ Reply SessionPlayer::AnswerAfterTheEnd(int flags) {
   return (flags & kButtons) == kYesNo ? Reply::kNo : Reply::kOk;
 }
 
+const steps::Pick* SessionPlayer::UsePick(const char* opened, const std::string& title) {
+  const steps::Pick* pick = std::exchange(pick_, nullptr);
+  if (pick == nullptr)
+    WrongStep(std::string(opened) + " (" + Quoted(title) +
+              ") opens, and the step has no \"pick\" for it");
+  else if (settings_.windows != nullptr)
+    settings_.windows->Picked(*pick);
+  return pick;
+}
+
+bool SessionPlayer::PickSpatialReference(const ReferenceQuestion& question,
+                                         SpatialReferencePtr& reference) {
+  if (isFinished_) return false;
+  const steps::Pick* pick = UsePick(kReferenceChoice, question.title);
+  if (pick == nullptr || !pick->text) return false;
+  const auto failure = FailureOf([&] { reference = ReferenceNamed(*pick->text); });
+  if (failure) WrongStep(failure->Description());
+  return !failure;
+}
+
 bool SessionPlayer::Pick(const Question& question, Choice& choice) {
   if (isFinished_) return false;
-  const steps::Pick* pick = std::exchange(pick_, nullptr);
-  if (pick == nullptr) {
-    WrongStep("a file dialog (" + Quoted(question.title) +
-              ") opens, and the step has no \"pick\" for it");
-    return false;
-  }
-  if (settings_.windows != nullptr) settings_.windows->Picked(*pick);
-  if (!pick->path) return false;
-  const std::string& path = *pick->path;
+  const steps::Pick* pick = UsePick(kFileChoice, question.title);
+  if (pick == nullptr || !pick->text) return false;
+  const std::string path = pick->Path();
   if (question.filter == Filter::kFolders && !files::FolderExists(path)) {
     WrongStep("there is no folder " + path);
     return false;
@@ -390,8 +407,10 @@ void SessionPlayer::Take(const steps::Press& press) {
   if (control == nullptr) return WrongStep(wrong);
   auto* button = dynamic_cast<Button*>(control);
   if (button == nullptr) return WrongStep(control->name + " is no button");
-  if (!press.pick && IsPicker(*dialog, *button))
-    return WrongStep(button->name + " opens a file dialog: the step needs a \"pick\"");
+  if (const TextBox* box = BoxFilledBy(*dialog, *button); box != nullptr && !press.pick)
+    return WrongStep(button->name + " opens " +
+                     (box->picks == Picks::kSpatialReference ? kReferenceChoice : kFileChoice) +
+                     ": the step needs a \"pick\"");
   Keep();
   if (press.pick) pick_ = &*press.pick;
   const bool isMain = button == dialog->MainButton();

@@ -84,6 +84,11 @@ class SessionPlayer : private IDialogHost {
   void ControlFocused(Control& control) override;
   void Repaint(Dialog& dialog) override;
   bool Pick(const Question& question, Choice& choice) override;
+  bool PickSpatialReference(const ReferenceQuestion& question,
+                            SpatialReferencePtr& reference) override;
+  /// What the step at work gives to a choice, once; nothing, and the step is wrong, where it gives
+  /// nothing.
+  const steps::Pick* UsePick(const char* opened, const std::string& title);
 
   void ConnectPorts();
   void ListenToApplication();
@@ -134,7 +139,7 @@ class SessionPlayer : private IDialogHost {
   std::map<const Dialog*, std::string> statusTexts_;
   std::optional<Progress> lastProgress_;
   const Step* step_ = nullptr;         ///< the innermost step at work
-  const steps::Pick* pick_ = nullptr;  ///< what its file dialog gives back, until it is used
+  const steps::Pick* pick_ = nullptr;  ///< what its choice gives back, until it is used
   int stepsAtWork_ = 0;
   std::vector<Step> taken_;
 

@@ -146,11 +146,12 @@ Button* ExitButton(const Dialog& dialog) {
   return nullptr;
 }
 
-bool IsPicker(const Dialog& dialog, const Control& button) {
-  return std::any_of(dialog.Controls().begin(), dialog.Controls().end(), [&](const auto& control) {
+const TextBox* BoxFilledBy(const Dialog& dialog, const Control& button) {
+  for (const auto& control : dialog.Controls()) {
     const auto* box = dynamic_cast<const TextBox*>(control.get());
-    return box != nullptr && box->picker == &button;
-  });
+    if (box != nullptr && box->picker == &button) return box;
+  }
+  return nullptr;
 }
 
 std::optional<bool> YesOrNo(const std::string& word) {

@@ -19,8 +19,8 @@ std::string SetByHand(const Dialog& dialog, const std::string& name, const SetVa
 
 /// The button that runs nothing and closes the dialog; nothing for a dialog without one.
 Button* ExitButton(const Dialog& dialog);
-/// Is it the button by which a box is filled?
-bool IsPicker(const Dialog& dialog, const Control& button);
+/// The box that the button fills through a choice; nothing for another button.
+const TextBox* BoxFilledBy(const Dialog& dialog, const Control& button);
 
 /// "yes", "true", "1" and "no", "false", "0", without regard to case; nothing for other words.
 std::optional<bool> YesOrNo(const std::string& word);

@@ -48,8 +48,10 @@ void frmDeleteFlds::ChooseLayer() {
   lstFlds->Clear();
   if (cmbFL->text().empty()) return;
   layer_ = GetFeatureLayerByName(cmbFL->text);
-  for (const std::string& line : FieldLines(layer_->FeatureClass().Fields()))
-    lstFlds->AddItem(line);
+  const Fields& fields = layer_->FeatureClass().Fields();
+  const std::vector<std::string> lines = FieldLines(fields);
+  for (int i = 0; i < fields.FieldCount(); ++i)
+    lstFlds->AddItem(lines[static_cast<std::size_t>(i)], KindOf(fields[i].type));
 }
 
 void frmDeleteFlds::DeleteFields() {

@@ -108,6 +108,9 @@ TEST_F(CommandLineTest, DescribesADialogAsDesigned) {
       "label":"Layer:","value":"","items":[],"enabled":true,"visible":true})"));
   EXPECT_EQ(description.at("controls").at(3), json::parse(R"({"name":"txtOut","kind":"text",
       "label":"Output:","value":"","enabled":true,"visible":true,"picker":"btnOut"})"));
+  EXPECT_EQ(description.at("controls").at(6).at("picker"), "btnProj");
+  EXPECT_EQ(rig.Call({"describe", "clsAddLength"}), 0);
+  EXPECT_THAT(rig.out, HasSubstr("a spatial reference such as EPSG:4326, through btnProj\n"));
 }
 
 TEST_F(CommandLineTest, DescribesAMapToolWithoutDialog) {
@@ -190,6 +193,28 @@ TEST_F(CommandLineTest, FillsAnOutputBoxThroughItsPicker) {
   const std::string path = rig.folder + "/out.shp";
   EXPECT_EQ(rig.Call({"run", "clsAddLength", "txtOut=" + path}), 0);
   EXPECT_THAT(picked, ElementsAre(path));
+}
+
+TEST_F(CommandLineTest, FillsABoxWithASpatialReferenceThroughItsPicker) {
+  SpatialReferencePtr reference;
+  Trial::run = [&](Trial& trial) {
+    reference = trial.reference;
+    EXPECT_EQ(trial.txtSR->text(), reference->Name());
+    trial.Close();
+  };
+  const std::string saved = rig.folder + "/s.json";
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "txtSR=EPSG:32612", "--save", saved}), 0) << rig.error;
+  EXPECT_EQ(reference->FactoryCode(), 32612);
+  EXPECT_THAT(ReadBytes(saved), HasSubstr(R"({"press":"btnProj","pick":"EPSG:32612"})"));
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "btnProj=EPSG:2169"}), 0) << rig.error;
+  EXPECT_EQ(reference->FactoryCode(), 2169);
+  EXPECT_EQ(rig.Call({"play", saved}), 0) << rig.error;
+  EXPECT_EQ(reference->FactoryCode(), 32612);
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "txtSR=nowhere"}), 2);
+  EXPECT_THAT(rig.error, HasSubstr("orlinths: the spatial reference \"nowhere\": "));
+  EXPECT_EQ(std::count(rig.error.begin(), rig.error.end(), '\n'), 1);
+  EXPECT_EQ(rig.Call({"run", "clsAddLength", "txtSR="}), 2);
+  EXPECT_EQ(rig.error, "orlinths: txtSR takes a spatial reference such as EPSG:4326\n");
 }
 
 TEST_F(CommandLineTest, RefusesToReplaceUnlessTold) {

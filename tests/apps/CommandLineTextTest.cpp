@@ -25,11 +25,13 @@ TEST(CommandLineText, SaysARunOfOneDialog) {
               {"set": "txtName", "to": "it's"},
               {"set": "chkExtra", "to": true},
               {"set": "lstFields", "to": ["A", "B"]},
+              {"press": "btnProj", "pick": "EPSG:32612"},
               {"press": "btnOut", "pick": "out.shp"},
               {"press": "btnOK"}]})"),
                             "/s.json"),
             "orlinths run clsAddLength 'ab=/data/a b.shp' /data/dem.tif 'txtName=it'\\''s' "
-            "chkExtra=yes 'lstFields=A|B' txtOut=/data/out.shp --where 'ab=X > '\\''q'\\''' "
+            "chkExtra=yes 'lstFields=A|B' txtSR=EPSG:32612 txtOut=/data/out.shp --where 'ab=X > "
+            "'\\''q'\\''' "
             "--select ab=1,2 --answer yes --crs EPSG:2169 "
             "--clock 2026-03-01T12:00:00.000000000 --overwrite");
 }

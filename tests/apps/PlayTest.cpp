@@ -71,9 +71,10 @@ TEST_F(PlayTest, ShowsControlsWithTheirValues) {
   EXPECT_FALSE(byName["btnOK"].contains("value"));
   EXPECT_EQ(byName["chkHidden"].at("visible"), false);
   EXPECT_EQ(byName["frmAddLength"].at("enabled"), true);
-  const std::vector<std::string> kinds = {
-      "label",  "combo",  "text",   "text",     "button",   "button", "list",   "check",  "check",
-      "option", "option", "updown", "calendar", "progress", "text",   "button", "button", "label"};
+  const std::vector<std::string> kinds = {"label",    "combo",  "text",   "text",   "button",
+                                          "button",   "text",   "button", "list",   "check",
+                                          "check",    "option", "option", "updown", "calendar",
+                                          "progress", "text",   "button", "button", "label"};
   std::vector<std::string> found;
   for (const auto& control : shown.at("controls")) found.push_back(control.at("kind"));
   EXPECT_EQ(found, kinds);
@@ -338,6 +339,47 @@ TEST_F(PlayTest, GivesTheChosenPathAndWhetherItReplaces) {
   const std::string out = rig.folder + "/out";
   EXPECT_THAT(picked,
               ElementsAre(out + "/a.shp", out + "/b.shp replacing", out + "/b replacing", out));
+}
+
+TEST_F(PlayTest, GivesTheChosenSpatialReference) {
+  std::vector<std::string> names;
+  Trial::run = [&](Trial& trial) {
+    names.push_back(trial.txtSR->text);
+    if (names.size() == 4) trial.Close();
+  };
+  EXPECT_EQ(rig.Play(Steps(
+                R"({"press": "btnProj", "pick": "EPSG:32612"}, {"press": "btnOK"},
+                   {"press": "btnProj", "pick": null}, {"press": "btnOK"},
+                   {"press": "btnProj", "pick": "+proj=longlat +datum=WGS84"}, {"press": "btnOK"},
+                   {"press": "btnProj", "pick": "Unknown Coordinate System"}, {"press": "btnOK"})")),
+            0)
+      << rig.error;
+  ASSERT_EQ(names.size(), 4u);
+  EXPECT_EQ(names[0], "WGS 84 / UTM zone 12N");
+  EXPECT_EQ(names[1], names[0]) << "cancelled";
+  EXPECT_NE(names[2], names[0]);
+  EXPECT_EQ(names[3], "Unknown Coordinate System");
+}
+
+TEST_F(PlayTest, ATextThatIsNoSpatialReferenceIsAScriptError) {
+  Trial::run = [](Trial&) { FAIL() << "the run went on"; };
+  EXPECT_EQ(rig.Play(Steps(R"({"press": "btnProj", "pick": "EPSG:99999999"}, {"press": "btnOK"})")),
+            2);
+  EXPECT_THAT(rig.error, HasSubstr("step 2: the spatial reference \"EPSG:99999999\": "));
+  EXPECT_EQ(std::count(rig.error.begin(), rig.error.end(), '\n'), 1);
+  EXPECT_EQ(rig.Play(Steps(R"({"press": "btnProj"})")), 2);
+  EXPECT_THAT(rig.error, HasSubstr("btnProj opens a choice of spatial references: the step needs "
+                                   "a \"pick\""));
+}
+
+TEST_F(PlayTest, AChosenReferenceIsSavedAsItWasSaid) {
+  Trial::run = [](Trial& trial) { trial.Close(); };
+  const std::string saved = rig.folder + "/saved/s.json";
+  std::filesystem::create_directory(rig.folder + "/saved");
+  EXPECT_EQ(rig.Play(Steps(R"({"press": "btnProj", "pick": "EPSG:32612"}, {"press": "btnOK"})"),
+                     {"--save", saved}),
+            0);
+  EXPECT_THAT(ReadBytes(saved), HasSubstr(R"({"press":"btnProj","pick":"EPSG:32612"})"));
 }
 
 // ---- Further dialogs

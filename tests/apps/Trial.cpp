@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "host/Commands.h"
+#include "host/Pickers.h"
 #include "orlinths/CommandLine.h"
 #include "support/TempFolder.h"
 
@@ -19,6 +20,8 @@ Trial::Trial() : Dialog("frmAddLength", "Trial", "ADDLENGTH") {
   txtOut = Add<TextBox>("txtOut", "Output:");
   btnOut = Add<Button>("btnOut", "...");
   btnFolder = Add<Button>("btnFolder", "...");
+  txtSR = Add<TextBox>("txtSR", "Projection definition:");
+  btnProj = Add<Button>("btnProj", "...");
   lstFields = Add<ListBox>("lstFields", "Fields:");
   chkExtra = Add<CheckBox>("chkExtra", "Extra");
   chkHidden = Add<CheckBox>("chkHidden", "Not seen", Unchecked, Hidden);
@@ -31,6 +34,9 @@ Trial::Trial() : Dialog("frmAddLength", "Trial", "ADDLENGTH") {
   btnOK = AddOkButton();
   btnExit = AddExitButton();
   txtOut->picker = btnOut;
+  txtSR->picker = btnProj;
+  txtSR->picks = Picks::kSpatialReference;
+  btnProj->OnClick = [this] { PickSpatialReference(*this, reference, *txtSR); };
   for (const char* item : {"AREA", "COVER", "ÄRGER"}) lstFields->AddItem(item);
   const auto pick = [this](IDialogHost::Question question) {
     IDialogHost::Choice choice;
@@ -53,6 +59,7 @@ Trial::Trial() : Dialog("frmAddLength", "Trial", "ADDLENGTH") {
 
 void Trial::OnLoad() {
   picked.clear();
+  reference = nullptr;
   cmbLayer->AddItem("zones");
   cmbLayer->AddItem("roads");
   if (load) load(*this);

@@ -22,14 +22,15 @@ class Trial : public Dialog {
 
   Label* lblHint;
   ComboBox* cmbLayer;
-  TextBox *txtName, *txtOut, *txtStatus;
-  Button *btnOut, *btnFolder, *btnOK, *btnExit;
+  TextBox *txtName, *txtOut, *txtSR, *txtStatus;
+  Button *btnOut, *btnFolder, *btnProj, *btnOK, *btnExit;
   ListBox* lstFields;
   CheckBox *chkExtra, *chkHidden;
   OptionButton *optOne, *optTwo;
   UpDown* spnCount;
   MonthView* calDay;
   ProgressBar* PBar;
+  SpatialReferencePtr reference;    ///< what btnProj gave
   std::vector<std::string> picked;  ///< what the pickers gave, "replacing" behind a replaced one
 
   /// What the main button and the load do; reset by `TrialRig`.

@@ -101,11 +101,13 @@ inline std::shared_ptr<IFeatureLayer> FakeLayer(const std::string& name, Geometr
 }
 
 struct ListedItems : IItemList {
-  void AddItem(const std::string& text) override {
+  void Append(const std::string& text, ItemKind kind) override {
     if (items.size() == failAt) throw RuntimeError(ErrorNumber::kOutOfMemory);
     items.push_back(text);
+    kinds.push_back(kind);
   }
   std::vector<std::string> items;
+  std::vector<ItemKind> kinds;
   std::size_t failAt = ~std::size_t{0};
 };
 

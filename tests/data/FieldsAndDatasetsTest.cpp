@@ -67,6 +67,18 @@ TEST_F(FieldLists, FiltersByTypeAndGivesTheNumberOfAllFields) {
   }
 }
 
+TEST_F(FieldLists, SayWhatEachFieldHolds) {
+  ListedItems boxed;
+  ListFields(layer, list, 0);
+  ListFieldsInListBox(layer, boxed, 0);
+  using enum ItemKind;
+  const std::vector<ItemKind> expected = {kWholeField,  kWholeField, kNumberField,
+                                          kNumberField, kTextField,  kDateField,
+                                          kWholeField,  kOtherField, kOtherField};
+  EXPECT_EQ(list.kinds, expected);
+  EXPECT_EQ(boxed.kinds, expected);
+}
+
 TEST_F(FieldLists, AddBehindWhatStandsThere) {
   list.AddItem("first");
   ListFields(layer, list, 15);
@@ -100,8 +112,8 @@ TEST_F(FieldLists, AddNewFieldReportsNameAndType) {
   zones->refusal = ErrorNumber::kPermissionDenied;
   EXPECT_EQ(AddNewField("AREA", *zones, FieldType::kDouble, 16), -1);
   EXPECT_EQ(messages.All(),
-            (std::vector<Message>{{"AddNewField: BName: AREA, Type: 3\r70\rPermission denied",
-                                   kCritical, "Error"}}));
+            (std::vector<Message>{
+                {"AddNewField: BName: AREA, Type: 3\r70\rPermission denied", kCritical, "Error"}}));
 }
 
 TEST(MakeFieldTest, SetsWhatItIsGiven) {

@@ -45,6 +45,19 @@ class MapAccess : public ::testing::Test {
   CapturedMessages messages;
 };
 
+TEST_F(MapAccess, SaysWhatKindOfLayerEachItemNames) {
+  FillMap();
+  ListedItems combo, list;
+  ListLayers(1, combo);
+  using enum ItemKind;
+  const std::vector<ItemKind> expected = {kPointLayer,  kOtherLayer,   kOtherLayer,  kLineLayer,
+                                          kLineLayer,   kPolygonLayer, kPointLayer,  kRasterLayer,
+                                          kRasterLayer, kRasterLayer,  kRasterLayer, kRasterLayer};
+  EXPECT_EQ(combo.kinds, expected);
+  ListLayersInListBox(1, list);
+  EXPECT_EQ(list.kinds, expected);
+}
+
 TEST_F(MapAccess, ListsEachKindInDrawingOrder) {
   FillMap();
   EXPECT_EQ(Combo(1), (Texts{"points", "group", "inner", "lines", "oneline", "zones", "multi",

@@ -118,6 +118,24 @@ TEST_F(ControlsTest, AListKeepsSelectionsInStepWithItsItems) {
   EXPECT_EQ(dialog.lst->Count(), 0);
 }
 
+TEST_F(ControlsTest, ItemsKeepWhatTheyName) {
+  using enum ItemKind;
+  using Kinds = std::vector<ItemKind>;
+  const Kinds atFirst = dialog.cmb->ItemKinds();
+  EXPECT_EQ(atFirst.size(), dialog.cmb->Items().size());
+  dialog.cmb->Clear();
+  dialog.cmb->AddItem("roads", kLineLayer);
+  dialog.cmb->AddItem("roads");
+  EXPECT_EQ(dialog.cmb->ItemKinds(), (Kinds{kLineLayer, kValue}));
+  dialog.lst->Clear();
+  for (const auto kind : {kTextField, kDateField, kWholeField}) dialog.lst->AddItem("A", kind);
+  dialog.lst->RemoveItem(1);
+  EXPECT_EQ(dialog.lst->ItemKinds(), (Kinds{kTextField, kWholeField}));
+  dialog.Unload();
+  EXPECT_EQ(dialog.cmb->ItemKinds(), atFirst);
+  EXPECT_EQ(dialog.lst->ItemKinds().size(), dialog.lst->Items().size());
+}
+
 TEST_F(ControlsTest, TextsAndBoxesFireWhenTheUserChangesThem) {
   int texts = 0, clicks = 0;
   dialog.txt->OnChange = [&] { ++texts; };

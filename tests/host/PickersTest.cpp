@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "data/FakeData.h"
 #include "runtime/Files.h"
 #include "support/CapturedMessages.h"
 #include "support/ScriptedDialogs.h"
@@ -24,10 +25,16 @@ struct frmPicking : Dialog {
     };
     btnDbf->OnClick = [this] { PickDbf(*this, "Save DBF File As...", output, *txtOutput); };
     btnOutFolder->OnClick = [this] { PickOutputFolder(*this, folder, *txtFolder); };
+    txtSR = Add<TextBox>("txtSR", "Projection definition:");
+    btnProj = Add<Button>("btnProj", "...");
+    txtSR->picker = btnProj;
+    txtSR->picks = Picks::kSpatialReference;
+    btnProj->OnClick = [this] { PickSpatialReference(*this, reference, *txtSR); };
     AddExitButton();
   }
-  TextBox *txtOutput, *txtFolder;
-  Button *btnFile, *btnDbf, *btnOutFolder;
+  TextBox *txtOutput, *txtFolder, *txtSR;
+  Button *btnFile, *btnDbf, *btnOutFolder, *btnProj;
+  SpatialReferencePtr reference;
   OutputChoice output;
   std::string folder;
   bool startAtOutput = false;
@@ -130,6 +137,35 @@ TEST_F(PickersTest, AFolderPickerGivesTheFullName) {
   EXPECT_EQ(host.questions[0].title, "Select output folder...");
   EXPECT_EQ(host.questions[0].filter, IDialogHost::Filter::kFolders);
   EXPECT_FALSE(host.questions[0].save);
+}
+
+TEST_F(PickersTest, ASpatialReferenceStartsWithTheMapsAndThenWithItself) {
+  FocusedMap map;
+  map.SetSpatialReference(SpatialReferenceFromText("EPSG:2169"));
+  const auto utm = SpatialReferenceFromText("EPSG:32612");
+  hand.PickReference("btnProj", utm);
+  EXPECT_EQ(dialog.reference, utm);
+  EXPECT_EQ(hand.Text("txtSR"), "WGS 84 / UTM zone 12N");
+  hand.CancelReference("btnProj");
+  EXPECT_EQ(dialog.reference, utm);
+  EXPECT_EQ(hand.Text("txtSR"), "WGS 84 / UTM zone 12N");
+  ASSERT_EQ(host.referenceQuestions.size(), 2u);
+  EXPECT_EQ(host.referenceQuestions[0].title, "Projection definition");
+  EXPECT_EQ(host.referenceQuestions[0].owner, &dialog);
+  EXPECT_EQ(host.startReferences[0]->FactoryCode(), 2169);
+  EXPECT_EQ(host.startReferences[1], utm);
+}
+
+TEST_F(PickersTest, NoSpatialReferenceIsAChoiceToo) {
+  FocusedMap map;
+  hand.CancelReference("btnProj");
+  EXPECT_EQ(dialog.reference, nullptr);
+  EXPECT_EQ(hand.Text("txtSR"), "");
+  EXPECT_TRUE(host.startReferences[0]->IsUnknown());
+  hand.PickReference("btnProj", UnknownCoordinateSystem());
+  ASSERT_NE(dialog.reference, nullptr);
+  EXPECT_TRUE(dialog.reference->IsUnknown());
+  EXPECT_EQ(hand.Text("txtSR"), "Unknown Coordinate System");
 }
 
 TEST_F(PickersTest, PlainQuestionsHandTheChoiceOn) {

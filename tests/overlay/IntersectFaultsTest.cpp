@@ -29,6 +29,9 @@ class Going : public IDialogHost {
     dialog.Press(*dialog.MainButton());
   }
   bool Pick(const Question&, Choice&) override { return false; }
+  bool PickSpatialReference(const ReferenceQuestion&, SpatialReferencePtr&) override {
+    return false;
+  }
 
  private:
   IDialogHost* before_;

@@ -92,22 +92,6 @@ TEST_F(MapBridgeTest, ARasterOfItsDefaultNameIsNamedAsItsFile) {
   EXPECT_EQ(dynamic_cast<IRasterLayer&>(*map.Layers()[0]).BandCount(), 1);
 }
 
-TEST_F(MapBridgeTest, LayersAndTablesAreFoundByTheNamesThatToolsKnow) {
-  const QgsMapLayer* nests = AddVector("nests.shp", "my nests");
-  const QgsMapLayer* elevation = AddRaster("elevation.tif", "elevation");
-  WriteBytes(folder / "samples.csv", "ID,DEPTH\n1,2.5\n2,3.5\n");
-  const QgsMapLayer* table = AddVector("samples.csv", "sightings");
-  EXPECT_EQ(map.LayerNamed("my nests"), nests);
-  EXPECT_EQ(map.LayerNamed("elevation.tif"), elevation);
-  EXPECT_EQ(map.LayerNamed("elevation"), nullptr) << "QGIS's name for it";
-  EXPECT_EQ(map.LayerNamed("sightings"), table);
-  EXPECT_EQ(map.LayerNamed("none"), nullptr);
-  auto output = std::make_shared<IFeatureLayer>(OpenFeatureClassByPath(folder / "streams.shp"));
-  output->SetName("new streams");
-  map.AddLayer(output);
-  EXPECT_EQ(map.LayerNamed("new streams"), project.layerTreeRoot()->layerOrder().at(0));
-}
-
 TEST_F(MapBridgeTest, AFilterAndASelectionAreTakenOver) {
   QgsVectorLayer* layer = AddVector("meadows.shp", "meadows");
   const std::int64_t all = Features(0).FeatureClass().FeatureCount();

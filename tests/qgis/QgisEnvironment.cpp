@@ -19,6 +19,7 @@ class QgisEnvironment : public ::testing::Environment {
     static char name[] = "qgis_tests";
     static char* argv[] = {name, nullptr};
     const std::string locale = std::setlocale(LC_ALL, nullptr);
+    QgsApplication::setPrefixPath(QStringLiteral(ORLINTHS_QGIS_PREFIX), true);
     application_ = std::make_unique<QgsApplication>(argc, argv, true, profile_.path());
     QgsApplication::initQgis();
     std::setlocale(LC_ALL, locale.c_str());  // that of the test, whatever Qt takes

@@ -17,6 +17,9 @@
 #include <QTimer>
 #include <QToolButton>
 
+#include <qgsfields.h>
+#include <qgsiconutils.h>
+
 #include "component/Component.h"
 #include "host/Commands.h"
 #include "host/SmallDialogs.h"
@@ -184,19 +187,30 @@ TEST_F(WindowTest, CodeThatChangesAControlRepaintsItsWidgetAndFiresNothing) {
   });
 }
 
-TEST_F(WindowTest, IconsStandOnlyBesideItemsThatAllHaveOne) {
-  QPixmap picture(16, 16);
-  picture.fill(Qt::red);
-  host.iconOf = [&](const std::string& item) {
-    return item == "oddity" ? QIcon() : QIcon(picture);
-  };
+TEST_F(WindowTest, LayersAndFieldsHaveQgissOwnPicturesAndValuesNone) {
+  const auto picture = [](const QIcon& icon) { return icon.pixmap(16, 16).toImage(); };
+  dialog.cmbLayer->Clear();
+  dialog.lstFields->Clear();
+  dialog.cmbLayer->AddItem("roads", ItemKind::kLineLayer);
+  dialog.cmbLayer->AddItem("roads");  // a value that is written like the layer
+  dialog.lstFields->AddItem("AREA", ItemKind::kNumberField);
+  dialog.lstFields->AddItem("NAME", ItemKind::kTextField);
   While(dialog, [&] {
     auto& combo = Of<QComboBox>(*dialog.cmbLayer);
-    EXPECT_FALSE(combo.itemIcon(0).isNull());
-    dialog.cmbLayer->AddItem("oddity");
+    EXPECT_EQ(picture(combo.itemIcon(0)), picture(QgsIconUtils::iconLine()));
+    EXPECT_TRUE(combo.itemIcon(1).isNull());
+    auto& list = Of<QListWidget>(*dialog.lstFields);
+    EXPECT_EQ(picture(list.item(0)->icon()),
+              picture(QgsFields::iconForFieldType(QVariant::Double)));
+    EXPECT_EQ(picture(list.item(1)->icon()),
+              picture(QgsFields::iconForFieldType(QVariant::String)));
+    // The same words for something else.
+    dialog.cmbLayer->Clear();
+    dialog.cmbLayer->AddItem("roads");
+    dialog.cmbLayer->AddItem("roads", ItemKind::kPolygonLayer);
     QCoreApplication::processEvents();
-    EXPECT_EQ(combo.count(), 3);
     EXPECT_TRUE(combo.itemIcon(0).isNull());
+    EXPECT_EQ(picture(combo.itemIcon(1)), picture(QgsIconUtils::iconPolygon()));
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "host/Commands.h"
 #include "session/Json.h"
 #include "runtime/Trap.h"
 #include "support/Seeded.h"
@@ -93,6 +94,50 @@ TEST(SessionFile, WritesWhatItReads) {
   EXPECT_EQ(ParseSession(text, "/data/sub", written), session);
   EXPECT_THAT(text, HasSubstr(R"("path":"../fixes.shp")"));
   EXPECT_THAT(text, HasSubstr(R"({"press":"btnFolder","pick":"../out/rnd.shp"})"));
+}
+
+/// Stands in for a tool whose dialog asks for a spatial reference.
+struct Projecting : Dialog {
+  Projecting() : Dialog("frmCreateVectorGrid", "Projecting") {
+    auto* box = Add<TextBox>("txtSR", "Projection definition:");
+    box->picker = Add<Button>("btnProj", "...");
+    box->picks = Picks::kSpatialReference;
+    auto* output = Add<TextBox>("txtFileName", "Output:");
+    output->picker = Add<Button>("btnFile", "...");
+  }
+};
+
+TEST(SessionFile, TellsAPickedReferenceFromAPath) {
+  RegisterDialog("frmCreateVectorGrid", [] { return std::make_unique<Projecting>(); });
+  const Session session = Parsed(R"({"steps": [{"click": "clsCreateVectorGrid"},
+      {"press": "BTNPROJ", "pick": "EPSG:32612"}, {"press": "btnProj", "pick": null},
+      {"press": "btnFile", "pick": "EPSG:32612"}, {"click": "clsRndPnt"},
+      {"press": "btnProj", "pick": "EPSG:32612"}]})");
+  const auto pick = [&](std::size_t step) {
+    return *std::get<steps::Press>(session.steps.at(step).what).pick;
+  };
+  EXPECT_TRUE(pick(1).isReference);
+  EXPECT_EQ(pick(1).text, "EPSG:32612");
+  EXPECT_EQ(pick(2), steps::Pick{});
+  EXPECT_FALSE(pick(3).isReference);
+  EXPECT_EQ(pick(3).Path(), "/data/EPSG:32612");
+  EXPECT_FALSE(pick(5).isReference) << "another dialog's button";
+  EXPECT_NE(pick(1), pick(3));
+
+  const std::string text = SessionText(session, "/data/sub");
+  EXPECT_THAT(text, HasSubstr(R"({"press":"BTNPROJ","pick":"EPSG:32612"})"));
+  EXPECT_THAT(text, HasSubstr(R"({"press":"btnFile","pick":"../EPSG:32612"})"));
+  WrittenPaths written;
+  EXPECT_EQ(ParseSession(text, "/data/sub", written), session);
+}
+
+TEST(SessionFile, APickedReferenceSaysNothingAboutPaths) {
+  RegisterDialog("frmCreateVectorGrid", [] { return std::make_unique<Projecting>(); });
+  WrittenPaths written;
+  ParseSession(R"({"steps": [{"click": "clsCreateVectorGrid"},
+      {"press": "btnProj", "pick": "EPSG:32612"}]})",
+               "/data", written);
+  EXPECT_EQ(written.Shown("/data/out.shp"), "/data/out.shp");
 }
 
 TEST(SessionFile, KeepsTheClockToTheNanosecond) {

@@ -4,12 +4,14 @@
 
 #include "runtime/Ports.h"
 #include "runtime/Trap.h"
+#include "session/SessionFile.h"
 #include "support/TestHost.h"
 
 namespace orlinths {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 
 class frmTrial : public Dialog {
  public:
@@ -63,6 +65,17 @@ TEST(SessionRecorder, TakesWhatIsTypedIntoABoxAsAWhole) {
       recorder.End()->steps,
       ElementsAre(Step{steps::Click{"clsRndPnt"}, 0}, Set("txtName", "oak"), Set("chkExtra", true),
                   Set("chkExtra", false), Set("txtName", "oaks"), Press("btnOK")));
+}
+
+TEST(SessionRecorder, KeepsAChosenReferenceToTheLetter) {
+  frmTrial dialog;
+  SessionRecorder recorder;
+  recorder.Begin(Command(), {}, 0);
+  recorder.Acted(dialog, Press("btnFile"));
+  recorder.Picked({"EPSG:32612", "", true});
+  recorder.Acted(dialog, Press("btnOK"));
+  EXPECT_THAT(SessionText(*recorder.End(), "/home"),
+              HasSubstr(R"({"press":"btnFile","pick":"EPSG:32612"})"));
 }
 
 TEST(SessionRecorder, KeepsACancelledChoice) {

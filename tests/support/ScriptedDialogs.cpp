@@ -109,6 +109,13 @@ std::vector<std::string> Hand::Items(const std::string& list) const {
   return Find<ListBox>(list).Items();
 }
 
+Hand& Hand::PickReference(const std::string& button, SpatialReferencePtr reference) {
+  host_->references.push_back(std::move(reference));
+  return Press(button);
+}
+
+Hand& Hand::CancelReference(const std::string& button) { return PickReference(button, nullptr); }
+
 // ---- ScriptedDialogs
 
 ScriptedDialogs::ScriptedDialogs() : before_(SetDialogHost(this)) {}
@@ -116,6 +123,8 @@ ScriptedDialogs::ScriptedDialogs() : before_(SetDialogHost(this)) {}
 ScriptedDialogs::~ScriptedDialogs() {
   for (const Script& script : scripts_) ADD_FAILURE() << script.dialogName << " was never opened";
   if (!picks.empty()) ADD_FAILURE() << picks.size() << " file choices were never asked for";
+  if (!references.empty())
+    ADD_FAILURE() << references.size() << " spatial references were never asked for";
   SetDialogHost(before_);
 }
 
@@ -174,6 +183,20 @@ bool ScriptedDialogs::Pick(const Question& question, Choice& choice) {
   picks.pop_front();
   if (answer) choice = *answer;
   return answer.has_value();
+}
+
+bool ScriptedDialogs::PickSpatialReference(const ReferenceQuestion& question,
+                                           SpatialReferencePtr& reference) {
+  referenceQuestions.push_back(question);
+  startReferences.push_back(reference);
+  if (references.empty()) {
+    ADD_FAILURE() << '"' << question.title << "\" was asked for without an answer";
+    return false;
+  }
+  const SpatialReferencePtr answer = std::move(references.front());
+  references.pop_front();
+  if (answer) reference = answer;
+  return answer != nullptr;
 }
 
 }  // namespace orlinths

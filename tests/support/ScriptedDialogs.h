@@ -32,6 +32,9 @@ class Hand {
   /// counts as replacing.
   Hand& Pick(const std::string& button, const std::string& path);
   Hand& CancelPick(const std::string& button);
+  /// Presses a button that asks for a spatial reference, and answers with this one.
+  Hand& PickReference(const std::string& button, SpatialReferencePtr reference);
+  Hand& CancelReference(const std::string& button);
 
   /// For looking, not for touching: any control, reachable or not.
   std::string Text(const std::string& control) const;  ///< of a box, combo or label
@@ -72,6 +75,8 @@ class ScriptedDialogs : public IDialogHost {
   /// Answers to file choices, in order; nothing is a cancel. A choice without an answer is a
   /// failure of the test.
   std::deque<std::optional<Choice>> picks;
+  /// The same for spatial references; null is a cancel.
+  std::deque<SpatialReferencePtr> references;
 
   std::vector<std::string> events;    ///< "shown frmX", "hidden frmX", "unloaded frmX", in order
   std::vector<std::string> statuses;  ///< every text that `txtStatus` has had
@@ -79,6 +84,8 @@ class ScriptedDialogs : public IDialogHost {
   std::vector<std::string> focused;
   std::vector<float> progress;      ///< values of progress bars as the host was told
   std::vector<Question> questions;  ///< file choices asked for
+  std::vector<ReferenceQuestion> referenceQuestions;
+  std::vector<SpatialReferencePtr> startReferences;  ///< what each of them began with
   int repaints = 0;
 
   void RunModal(Dialog& dialog) override;
@@ -89,6 +96,8 @@ class ScriptedDialogs : public IDialogHost {
   void ControlFocused(Control& control) override { focused.push_back(control.name); }
   void Repaint(Dialog&) override { ++repaints; }
   bool Pick(const Question& question, Choice& choice) override;
+  bool PickSpatialReference(const ReferenceQuestion& question,
+                            SpatialReferencePtr& reference) override;
 
  private:
   friend class Hand;
