@@ -47,6 +47,9 @@ bool TakeState(const QgsVectorLayer& from, IFeatureLayer& to, std::string& why) 
   return true;
 }
 
+/// Who names a dBASE table means the table, also beside a shapefile, whose shapes QGIS shows then.
+bool NamesTable(const std::string& path) { return LowerCase(path).ends_with(".dbf"); }
+
 BridgedLayer BridgeTable(const QgsVectorLayer& layer, const std::string& path) {
   TablePtr table;
   if (layer.isValid()) Quietly([&] { table = OpenTableByPath(path); });
@@ -61,7 +64,7 @@ BridgedLayer BridgeTable(const QgsVectorLayer& layer, const std::string& path) {
 BridgedLayer BridgeVector(const QgsVectorLayer& layer) {
   const QString provider = layer.providerType();
   const std::string path = FileBehind(layer);
-  const bool isTable = layer.isValid() && !layer.isSpatial();
+  const bool isTable = NamesTable(path) || (layer.isValid() && !layer.isSpatial());
   if (path.empty() || (provider == kText && !isTable))
     return {{}, "its data come through the provider " + FromQt(provider)};
   if (isTable) return BridgeTable(layer, path);

@@ -340,6 +340,30 @@ TEST_F(WorkspaceTest, ATextTableHasTypedColumns) {
       << "no geometry";
 }
 
+TEST_F(WorkspaceTest, TheTableOfAShapefileIsATableWithoutShapes) {
+  WriteOgr("ESRI Shapefile", folder / "nests.shp", wkbPoint,
+           {{"A", OFTInteger, 4}, {"B", OFTString, 8}},
+           {{"POINT(1 2)", {"7", "oak"}}, {"POINT(3 4)", {"8", "elm"}}});
+  const FeatureClassPtr points = OpenFeatureClassByPath(folder / "nests.shp");
+  const TablePtr table = OpenTableByPath(folder / "nests.dbf");
+  EXPECT_FALSE(table->HasShape());
+  EXPECT_EQ(table->Name(), "nests");
+  EXPECT_EQ(table->Path(), folder / "nests.dbf");
+  EXPECT_EQ(table->RowCount(), points->RowCount());
+  ASSERT_EQ(table->Fields().FieldCount(), points->Fields().FieldCount() - 1);
+  EXPECT_EQ(table->Fields()[0].name, "OID");
+  EXPECT_EQ(table->Fields()[1].name, points->Fields()[2].name);
+  const auto rows = table->Search();
+  const auto features = points->Search();
+  while (const IRow* feature = features->Next()) {
+    const IRow* row = rows->Next();
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(row->OID(), feature->OID());
+    EXPECT_EQ(row->GetValue(1), feature->GetValue(2));
+  }
+  EXPECT_EQ(rows->Next(), nullptr);
+}
+
 // --- damaged input
 
 class DamagedInput : public WorkspaceTest {

@@ -131,6 +131,22 @@ TEST_F(MapBridgeTest, ALayerInEditModeIsReadAndRefusesEdits) {
   EXPECT_EQ(ErrorOf([&] { Features(0).FeatureClass().Update(); }), 0);
 }
 
+TEST_F(MapBridgeTest, TheTableOfAShapefileStandsAloneAndHasNoShapes) {
+  const QgsVectorLayer* shown = AddVector("nests.dbf", "nest list");
+  AddVector("nests.shp", "nests");
+  AddVector("gone.dbf", "gone");
+  ASSERT_TRUE(shown->isValid());
+  EXPECT_THAT(Names(), ElementsAre("nests"));
+  ASSERT_EQ(map.StandaloneTables().size(), 2U);
+  const IStandaloneTable& table = *map.StandaloneTables()[0];
+  EXPECT_EQ(table.Name(), "nest list");
+  EXPECT_EQ(table.SourcePath(), folder / "nests.dbf");
+  EXPECT_FALSE(table.Table().HasShape());
+  EXPECT_EQ(table.Table().Fields()[0].type, FieldType::kOid);
+  EXPECT_EQ(table.Table().RowCount(), Features(0).FeatureClass().RowCount());
+  EXPECT_FALSE(map.StandaloneTables()[1]->Valid());
+}
+
 TEST_F(MapBridgeTest, ATableWithoutShapesStandsAlone) {
   WriteBytes(folder / "samples.csv", "ID,DEPTH\n1,2.5\n2,3.5\n");
   AddVector("samples.csv", "samples");
