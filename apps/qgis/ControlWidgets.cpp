@@ -17,7 +17,9 @@
 #include <cmath>
 
 #include "host/Dialog.h"
+#include "qgis/BackColours.h"
 #include "qgis/ItemIcons.h"
+#include "qgis/ScreenRoom.h"
 #include "qgis/SpinArrows.h"
 #include "qgis/Text.h"
 #include "runtime/Value.h"
@@ -45,15 +47,25 @@ class Bound : public ControlWidget {
   W* const widget;
 };
 
-/// A box or option says it all at once; too long a text is broken into lines.
-QString ChoiceText(const std::string& caption) {
-  constexpr int kLine = 90;
+/// A box or option says it all at once; too long a text is broken into lines that the screen holds.
+QString ChoiceText(const std::string& caption, const QAbstractButton& box) {
+  constexpr int kLetters = 90, kFrame = 80;  // what stands around it
+  const QFontMetrics letters = box.fontMetrics();
+  const int most =
+      std::min(kLetters * letters.averageCharWidth(), RoomFor(*box.window()).width() - kFrame);
   QString text = ToQtCaption(caption);
-  for (int from = 0; text.size() - from > kLine;) {
-    const int blank = text.lastIndexOf(QLatin1Char(' '), from + kLine);
-    if (blank <= from) break;
-    text[blank] = QLatin1Char('\n');
-    from = blank + 1;
+  int from = 0, blank = -1;
+  for (int at = 0; at < text.size(); ++at) {
+    if (text[at] == QLatin1Char('\n')) {
+      from = at + 1;
+      blank = -1;
+    } else if (text[at] == QLatin1Char(' ')) {
+      blank = at;
+    } else if (blank > from && letters.horizontalAdvance(text.mid(from, at + 1 - from)) > most) {
+      text[blank] = QLatin1Char('\n');
+      from = blank + 1;
+      blank = -1;
+    }
   }
   return text;
 }
@@ -66,7 +78,11 @@ class LabelWidget : public Bound<Label, QLabel> {
     widget->setTextFormat(Qt::PlainText);
     widget->setWordWrap(true);
   }
-  void ShowModel() override { widget->setText(ToQtLines(model.caption())); }
+  void ShowModel() override {
+    // Beside a field an ampersand would mark a shortcut.
+    const bool isCaption = widget->buddy() != nullptr;
+    widget->setText(isCaption ? ToQtCaption(model.caption()) : ToQtLines(model.caption()));
+  }
 };
 
 class ButtonWidget : public Bound<Button, QAbstractButton> {
@@ -203,7 +219,7 @@ class CheckWidget : public Bound<CheckBox, QCheckBox> {
     });
   }
   void ShowModel() override {
-    widget->setText(ChoiceText(model.caption()));
+    widget->setText(ChoiceText(model.caption(), *widget));
     widget->setChecked(model.value());
   }
 };
@@ -219,7 +235,7 @@ class OptionWidget : public Bound<OptionButton, QRadioButton> {
     });
   }
   void ShowModel() override {
-    widget->setText(ChoiceText(model.caption()));
+    widget->setText(ChoiceText(model.caption(), *widget));
     widget->setChecked(model.value());
   }
 };
@@ -280,6 +296,11 @@ class ProgressWidget : public Bound<ProgressBar, QProgressBar> {
   static constexpr int kParts = 1000;
 };
 
+bool IsField(const Control& control) {
+  return control.Kind() == ControlKind::kText || control.Kind() == ControlKind::kCombo ||
+         control.Kind() == ControlKind::kList;
+}
+
 }  // namespace
 
 void ControlWidget::Update() {
@@ -289,6 +310,7 @@ void ControlWidget::Update() {
     const QSignalBlocker silent(widget);
     ShowModel();
   }
+  if (IsField(model)) PaintBack(*widget, model);
   for (QWidget* part : {widget, caption}) {
     if (part == nullptr) continue;
     if (part->isEnabledTo(part->parentWidget()) != model.enabled())

@@ -11,13 +11,14 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QScrollBar>
+#include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
 
 #include "qgis/DialogPlan.h"
+#include "qgis/SpinArrows.h"
 #include "qgis/Text.h"
 #include "runtime/Files.h"
 
@@ -27,16 +28,12 @@ namespace {
 constexpr int kSpaceBetweenColumns = 12, kTight = 3;
 constexpr const char* kGrows = "orlinthsGrows";  // a section that takes what room there is
 constexpr int kLongWords = 370, kIndent = 20;
+constexpr int kAround = 56;  // frames, margins and gaps about a row
 constexpr int kListHeight = 110, kListWidth = 160;
 constexpr int kNoteHeight = 80, kNoteWidth = 320;       // a page of text among other controls
 constexpr int kReportHeight = 300, kReportWidth = 460;  // one that the dialog is about
+constexpr int kReportHead = 90;                         // the lines above it
 constexpr int kNumberWidth = 110, kChoiceWidth = 190, kPathWidth = 300;
-
-int FieldWidth(const Control& field) {
-  if (field.Kind() == ControlKind::kCombo) return kChoiceWidth;
-  const auto* box = dynamic_cast<const TextBox*>(&field);
-  return box != nullptr && box->picker != nullptr ? kPathWidth : kNumberWidth;
-}
 
 class Layouter {
  public:
@@ -54,7 +51,11 @@ class Layouter {
     panels.push_back(Body(sections));
     whole->addWidget(panels.back(), 1);
     AddStatus(*whole);
-    for (ProgressBar* bar : plan_.progress) whole->addWidget(widgetOf_(*bar).Widget());
+    for (ProgressBar* bar : plan_.progress) {
+      QWidget* widget = widgetOf_(*bar).Widget();
+      widget->setAccessibleName(QStringLiteral("Progress"));
+      whole->addWidget(widget);
+    }
     if (!plan_.buttons.empty()) {
       panels.push_back(MakeButtons());
       whole->addWidget(panels.back());
@@ -100,50 +101,84 @@ class Layouter {
   QLabel* CaptionOf(const PlannedRow& row, const std::string& words, ControlWidget& of,
                     QWidget& box) {
     if (row.label != nullptr) {
-      QWidget* widget = widgetOf_(*row.label).Widget();
-      auto* label = qobject_cast<QLabel*>(widget);
-      if (label != nullptr) label->setWordWrap(false);
+      auto* label = qobject_cast<QLabel*>(widgetOf_(*row.label).Widget());
+      if (label == nullptr) return nullptr;
+      label->setWordWrap(false);
+      label->setBuddy(of.Widget());
+      widgetOf_(*row.label).Update();  // an ampersand is written otherwise then
       return label;
     }
     if (words.empty()) return nullptr;
-    auto* label = new QLabel(ToQtCaption(words), &box);
+    auto* label = new QLabel(&box);
     label->setTextFormat(Qt::PlainText);
-    label->setText(ToQtLines(words));
+    label->setText(ToQtCaption(words));
+    label->setBuddy(of.Widget());
+    label->setToolTip(of.Widget()->toolTip());
     of.caption = label;
     return label;
+  }
+
+  /// What a screen reader says of a widget that has no words of its own: those beside it, without
+  /// the colon that leads to it, else those of its frame.
+  QString Spoken(const PlannedRow& row, const Control& control) const {
+    const std::string frame = control.frame != nullptr ? control.frame->caption : std::string();
+    const std::string before = row.controls.front()->caption();  // of a choice that it belongs to
+    const std::string label = row.label != nullptr ? row.label->caption() : std::string();
+    for (std::string words : {control.caption(), label, row.caption, before, frame}) {
+      if (words.ends_with(':')) words.pop_back();
+      if (!words.empty()) return ToQtLines(words);
+    }
+    return ToQt(dialog_.caption);
+  }
+
+  void Speak(const PlannedRow& row, const Control& control, QWidget& widget) const {
+    widget.setAccessibleName(Spoken(row, control));
+  }
+
+  static int FieldWidth(const Control& field) {
+    if (field.Kind() == ControlKind::kCombo) return kChoiceWidth;
+    const auto* box = dynamic_cast<const TextBox*>(&field);
+    return box != nullptr && box->picker != nullptr ? kPathWidth : kNumberWidth;
   }
 
   /// The field with what belongs to it.
   QLayout* FieldOf(const PlannedRow& row, Control& field) {
     auto* line = new QHBoxLayout;
     QWidget* box = widgetOf_(field).Widget();
-    box->setMinimumWidth(FieldWidth(field));
+    Speak(row, field, *box);
+    box->setMinimumWidth(std::min(FieldWidth(field), screen_.width() / 2));
     line->addWidget(box, 1);
     if (row.arrows != nullptr) {
       line->setSpacing(0);
-      line->addWidget(widgetOf_(*row.arrows).Widget());
+      auto* arrows = dynamic_cast<SpinArrows*>(widgetOf_(*row.arrows).Widget());
+      if (arrows != nullptr) arrows->SetName(Spoken(row, field));
+      line->addWidget(arrows);
     }
-    if (row.picker != nullptr) line->addWidget(widgetOf_(*row.picker).Widget());
+    if (row.picker != nullptr) {
+      QWidget* picker = widgetOf_(*row.picker).Widget();
+      picker->setAccessibleName(QStringLiteral("Choose: ") + Spoken(row, field));
+      line->addWidget(picker);
+    }
     return line;
   }
 
   void AddField(const PlannedRow& row, int line, QWidget& box) {
     Control& field = *row.controls.front();
-    QLabel* caption = nullptr;
-    if (row.label != nullptr) caption = CaptionOf(row, {}, widgetOf_(*row.label), box);
     QLayout* layout = FieldOf(row, field);
-    if (row.label == nullptr) caption = CaptionOf(row, row.caption, widgetOf_(field), box);
+    QLabel* caption = CaptionOf(row, row.caption, widgetOf_(field), box);
     if (caption == nullptr) {
       grid_->addLayout(layout, line, 0, 1, 2);
       return;
     }
-    caption->setBuddy(widgetOf_(field).Widget());
     AddPair(*caption, *layout, line);
   }
 
   /// Words beside their field; above it where they are long.
   void AddPair(QWidget& words, QLayout& field, int line) {
-    if (words.sizeHint().width() <= kLongWords) {
+    // The widest field of a section may be a path, the widest words stand in another row.
+    const int path = std::min(kPathWidth, screen_.width() / 2);
+    const int most = std::min(kLongWords, screen_.width() - path - kAround);
+    if (words.sizeHint().width() <= most) {
       grid_->addWidget(&words, line, 0);
       grid_->addLayout(&field, line, 1);
       return;
@@ -178,15 +213,10 @@ class Layouter {
     auto* lists = new QHBoxLayout;
     for (Control* control : row.controls) {
       auto* column = new QVBoxLayout;
-      QLabel* caption =
-          row.label == nullptr ? nullptr : CaptionOf(row, {}, widgetOf_(*row.label), box);
       ControlWidget& list = widgetOf_(*control);
-      if (caption == nullptr && IsCaptioned(row, *control))
-        caption = CaptionOf(row, control->caption(), list, box);
-      if (caption != nullptr) {
-        caption->setBuddy(list.Widget());
-        column->addWidget(caption);
-      }
+      const std::string words = IsCaptioned(row, *control) ? control->caption() : std::string();
+      if (QLabel* caption = CaptionOf(row, words, list, box)) column->addWidget(caption);
+      Speak(row, *control, *list.Widget());
       list.Widget()->setMinimumSize(kListWidth, kListHeight);
       list.Widget()->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
       column->addWidget(list.Widget(), 1);
@@ -199,6 +229,8 @@ class Layouter {
   void AddWide(const PlannedRow& row, int line, QWidget& box) {
     ControlWidget& wide = widgetOf_(*row.controls.front());
     const bool isPage = qobject_cast<QPlainTextEdit*>(wide.Widget()) != nullptr;
+    if (qobject_cast<QLabel*>(wide.Widget()) == nullptr)
+      Speak(row, *row.controls.front(), *wide.Widget());
     if (QLabel* caption = CaptionOf(row, row.caption, wide, box); caption != nullptr) {
       grid_->addWidget(caption, line, 0, 1, 2);
       ++line;
@@ -208,7 +240,9 @@ class Layouter {
     const bool isReport = plan_.sections.size() == 1 && plan_.sections.front().rows.size() <= 4;
     wide.Widget()->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
     if (isReport)
-      wide.Widget()->setMinimumSize(kReportWidth, kReportHeight);
+      wide.Widget()->setMinimumSize(
+          std::min(kReportWidth, screen_.width() - kAround),
+          std::clamp(screen_.height() - FootHeight() - kReportHead, kNoteHeight, kReportHeight));
     else
       wide.Widget()->setMinimumSize(kNoteWidth, kNoteHeight);
     Grow(line);
@@ -231,26 +265,35 @@ class Layouter {
     const bool isWideEnough = 2 * WidthOf(sections) + kSpaceBetweenColumns < screen_.width();
     const std::size_t columns = isTall && isWideEnough && sections.size() > 1 ? 2 : 1;
     QWidget* body = InColumns(sections, columns);
-    if (body->sizeHint().height() <= room) return body;
+    const QSize whole = NeedOf(*body);
+    const int bar = body->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + kTight;
+    const bool isTooWide = body->minimumSizeHint().width() + bar > screen_.width();
+    if (whole.height() <= room && !isTooWide) return body;
     auto* scroll = new QScrollArea(&window_);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setHorizontalScrollBarPolicy(isTooWide ? Qt::ScrollBarAsNeeded
+                                                   : Qt::ScrollBarAlwaysOff);
     scroll->setWidget(body);
-    scroll->setMinimumSize(
-        body->sizeHint().width() + scroll->verticalScrollBar()->sizeHint().width(), room);
+    scroll->setMinimumSize(std::min(whole.width() + bar, screen_.width()),
+                           std::min(whole.height() + (isTooWide ? bar : 0), room));
     return scroll;
+  }
+
+  /// What lists and pages of text ask for is their least size alone.
+  static QSize NeedOf(const QWidget& widget) {
+    return widget.sizeHint().expandedTo(widget.minimumSizeHint());
   }
 
   static int HeightOf(const std::vector<QWidget*>& sections) {
     int height = 0;
-    for (const QWidget* section : sections) height += section->sizeHint().height() + kTight;
+    for (const QWidget* section : sections) height += NeedOf(*section).height() + kTight;
     return height;
   }
 
   static int WidthOf(const std::vector<QWidget*>& sections) {
     int width = 0;
-    for (const QWidget* section : sections) width = std::max(width, section->sizeHint().width());
+    for (const QWidget* section : sections) width = std::max(width, NeedOf(*section).width());
     return width;
   }
 
@@ -266,7 +309,7 @@ class Layouter {
       bool grows = false;
       for (int filled = 0; next < sections.size(); ++next) {
         QWidget* section = sections[next];
-        const int own = section->sizeHint().height();
+        const int own = NeedOf(*section).height();
         if (column + 1 < columnCount && filled > 0 && filled + own / 2 > share) break;
         const bool growsHere = section->property(kGrows).toBool();
         stack->addWidget(section, growsHere ? 1 : 0);
@@ -289,6 +332,7 @@ class Layouter {
     if (plan_.status == nullptr) return;
     auto* line = qobject_cast<QLineEdit*>(widgetOf_(*plan_.status).Widget());
     if (line == nullptr) return;
+    line->setAccessibleName(QStringLiteral("Status"));
     line->setFrame(false);
     line->setFocusPolicy(Qt::NoFocus);
     line->setStyleSheet(QStringLiteral("QLineEdit { background: transparent; border: none; }"));

@@ -1,33 +1,15 @@
 #include "qgis/DialogWindow.h"
 
 #include <QCloseEvent>
-#include <QGuiApplication>
-#include <QScreen>
 
 #include <algorithm>
 #include <utility>
 
 #include "qgis/DialogLayout.h"
+#include "qgis/ScreenRoom.h"
 #include "qgis/Text.h"
 
 namespace orlinths {
-namespace {
-
-constexpr QSize kSmallestScreen(1024, 768);
-constexpr int kTitleAndPanels = 48, kMargins = 24;
-
-/// What a window may fill: every dialog fits on the smallest screen that is in use.
-QSize RoomOf(const QWidget& window) {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  if (window.parentWidget() != nullptr && window.parentWidget()->screen() != nullptr)
-    screen = window.parentWidget()->screen();
-  QSize room = kSmallestScreen;
-  if (screen != nullptr) room = room.boundedTo(screen->availableGeometry().size());
-  return room - QSize(kMargins, kTitleAndPanels);
-}
-
-}  // namespace
-
 DialogWindow::DialogWindow(Dialog& dialog, IWidgetHost& host, std::function<void()> onClose,
                            QWidget* parent)
     : QDialog(parent), model_(&dialog), onClose_(std::move(onClose)) {
@@ -42,9 +24,11 @@ DialogWindow::DialogWindow(Dialog& dialog, IWidgetHost& host, std::function<void
     }
     return *widget;
   };
-  panels_ = LayOut(dialog, widgetOf, *this, RoomOf(*this));
+  panels_ = LayOut(dialog, widgetOf, *this, RoomFor(*this));
   ShowDialog();
   for (const auto& [control, widget] : widgets_) widget->Update();
+  // Qt would leave a third of the screen free.
+  resize(sizeHint().boundedTo(RoomFor(*this)).expandedTo(minimumSizeHint()));
 }
 
 ControlWidget& DialogWindow::Of(const Control& control) { return *widgets_.at(&control); }

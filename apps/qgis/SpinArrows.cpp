@@ -28,6 +28,12 @@ QToolButton* SpinArrows::Arrow(Qt::ArrowType type, int steps) {
   return button;
 }
 
+void SpinArrows::SetName(const QString& name) {
+  setAccessibleName(name);
+  up_->setAccessibleName(name + QStringLiteral(", up"));
+  down_->setAccessibleName(name + QStringLiteral(", down"));
+}
+
 void SpinArrows::SetReach(bool up, bool down) {
   up_->setEnabled(up);
   down_->setEnabled(down);

@@ -16,6 +16,8 @@ class SpinArrows : public QWidget {
   std::function<void(int steps)> onStep;
   /// A value taken at once, as several steps.
   std::function<void(int value)> onValue;
+  /// What a screen reader says of them, beside which way they go.
+  void SetName(const QString& name);
   /// Which way there is more to go.
   void SetReach(bool up, bool down);
 

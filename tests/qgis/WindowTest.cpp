@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -211,6 +212,14 @@ TEST_F(WindowTest, LayersAndFieldsHaveQgissOwnPicturesAndValuesNone) {
     QCoreApplication::processEvents();
     EXPECT_TRUE(combo.itemIcon(0).isNull());
     EXPECT_EQ(picture(combo.itemIcon(1)), picture(QgsIconUtils::iconPolygon()));
+  });
+}
+
+TEST_F(WindowTest, AnAmpersandIsShownAndMarksNoShortcut) {
+  dialog.txtName->caption = "This & that:";
+  While(dialog, [&] {
+    const QWidget* caption = host.WindowOf(dialog)->Of(*dialog.txtName).caption;
+    EXPECT_EQ(dynamic_cast<const QLabel&>(*caption).text(), QStringLiteral("This && that:"));
   });
 }
 
