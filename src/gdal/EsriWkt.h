@@ -1,4 +1,4 @@
-// The text of a .prj file.
+// The text of a .prj file, and of a grid's prj.adf.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace orlinths {
 
-/// WKT as shapefiles keep it; empty for the unknown reference. A platform error for one that this
+/// WKT as shapefiles and grids keep it; empty for the unknown reference. A platform error for one that this
 /// form of WKT cannot say.
 std::string EsriWkt(const ISpatialReference& reference);
 

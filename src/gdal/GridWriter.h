@@ -87,10 +87,10 @@ class GridWriter {
 
 /// Lists the grid's value attribute table in the folder `info` beside the grid's folder, where
 /// readers look for it. A listing under that name is replaced. Does nothing for names too long for
-/// a listing.
+/// a listing. What fails leaves the folder as it was.
 void ListGridTable(const std::string& workspace, const std::string& grid, std::int64_t rows);
-/// Takes the listing out again; the folder `info` goes with its last listing. Nothing listed is no
-/// error.
-void UnlistGridTable(const std::string& workspace, const std::string& grid);
+/// Takes all tables of the grid out of the listing (other programs list its statistics and bounds
+/// too); the folder `info` goes with its last listing. Nothing listed is no error.
+void UnlistGridTables(const std::string& workspace, const std::string& grid);
 
 }  // namespace orlinths

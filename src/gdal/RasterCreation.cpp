@@ -12,9 +12,10 @@
 
 #include <cpl_conv.h>
 #include <cpl_string.h>
+#include <cpl_vsi.h>
 #include <gdal.h>
-#include <ogr_srs_api.h>
 
+#include "gdal/EsriWkt.h"
 #include "gdal/GridWriter.h"
 #include "gdal/Library.h"
 #include "gdal/RasterDataset.h"
@@ -141,6 +142,43 @@ void Check(const std::string& folder, const NewRaster& raster) {
     throw RuntimeError::Platform("The name is taken: " + JoinPath(folder, raster.name));
 }
 
+bool HasReference(const NewRaster& raster) {
+  return raster.spatialReference && !raster.spatialReference->IsUnknown();
+}
+
+GDALDriverH DriverOf(Kind kind) {
+  return GDALGetDriverByName(kind == Kind::kImagine ? "HFA" : "GTiff");
+}
+
+void SetReference(GDALDatasetH dataset, const NewRaster& raster) {
+  if (HasReference(raster) &&
+      GDALSetProjection(dataset, raster.spatialReference->Wkt().c_str()) != CE_None)
+    RaiseGdal("The spatial reference " + raster.spatialReference->Name() + " cannot be written.");
+}
+
+/// What a format cannot say of the reference it would leave out without a word, when all is
+/// computed: a platform error, beforehand. Tried on a raster of one cell in memory.
+void CheckKeepsReference(Kind kind, const NewRaster& raster) {
+  if (!HasReference(raster)) return;
+  if (kind == Kind::kGrid) {
+    EsriWkt(*raster.spatialReference);
+    return;
+  }
+  EnsureGdal();
+  const QuietGdal quiet;
+  constexpr const char* kFolder = "/vsimem/orlinths-reference";
+  const std::string path = std::string(kFolder) + "/cell";
+  const AtScopeEnd remove([] { VSIRmdirRecursive(kFolder); });
+  GdalDatasetPtr cell(GDALCreate(DriverOf(kind), path.c_str(), 1, 1, 1, GDT_Byte, nullptr));
+  if (cell) SetReference(cell.get(), raster);
+  cell.reset();
+  cell.reset(GDALOpen(path.c_str(), GA_ReadOnly));
+  if (cell && GDALGetSpatialRef(cell.get()) != nullptr) return;
+  throw RuntimeError::Platform("The format " + raster.format +
+                               " cannot keep the spatial reference " +
+                               raster.spatialReference->Name() + ".");
+}
+
 /// The dataset that takes the cells: of the final format, or, for a grid, a plain file that the
 /// grid is made from.
 GdalDatasetPtr CreateFile(const std::string& path, Kind kind, const NewRaster& raster) {
@@ -157,8 +195,7 @@ GdalDatasetPtr CreateFile(const std::string& path, Kind kind, const NewRaster& r
     options.insert(options.end(), {"BIGTIFF=IF_SAFER", "INTERLEAVE=BAND"});
   }
   options.push_back(nullptr);
-  const GDALDriverH driver = GDALGetDriverByName(kind == Kind::kImagine ? "HFA" : "GTiff");
-  GdalDatasetPtr dataset(GDALCreate(driver, path.c_str(), static_cast<int>(raster.columns),
+  GdalDatasetPtr dataset(GDALCreate(DriverOf(kind), path.c_str(), static_cast<int>(raster.columns),
                                     static_cast<int>(raster.rows), raster.bandCount, storage.type,
                                     const_cast<char**>(options.data())));
   if (!dataset) RaiseGdal("The raster cannot be created: " + path);
@@ -170,23 +207,8 @@ GdalDatasetPtr CreateFile(const std::string& path, Kind kind, const NewRaster& r
                         -raster.cellSize.y};
   if (GDALSetGeoTransform(dataset.get(), transform) != CE_None)
     RaiseGdal("The raster's place cannot be set: " + path);
-  if (raster.spatialReference && !raster.spatialReference->IsUnknown() &&
-      GDALSetProjection(dataset.get(), raster.spatialReference->Wkt().c_str()) != CE_None)
-    RaiseGdal("The raster's spatial reference cannot be set: " + path);
+  SetReference(dataset.get(), raster);
   return dataset;
-}
-
-/// The reference's text as .prj files have it.
-std::string EsriWkt(const SpatialReferencePtr& reference) {
-  if (!reference || reference->IsUnknown()) return {};
-  const QuietGdal quiet;
-  const std::unique_ptr<void, void (*)(OGRSpatialReferenceH)> handle(
-      OSRNewSpatialReference(reference->Wkt().c_str()), OSRDestroySpatialReference);
-  char* text = nullptr;
-  const char* const options[] = {"FORMAT=WKT1_ESRI", nullptr};
-  const bool exported = handle && OSRExportToWktEx(handle.get(), &text, options) == OGRERR_NONE;
-  const GdalText owned(text);
-  return exported ? text : "";
 }
 
 /// Cells that are NoData become the grid's own; a number that the grid reads as NoData is refused.
@@ -296,14 +318,18 @@ void NewRasterDataset::Close() {
   Place();
   EndOthers();
   hidden_.reset();
-  // A listing that cannot be written leaves a whole grid, whose table is then counted anew.
-  if (kind_ == Kind::kGrid && tableRows_.size() == 1 && tableRows_.front() > 0)
-    Quietly([&] { ListGridTable(PathName(), raster_.name, tableRows_.front()); });
+  // A listing that cannot be written leaves a whole grid, whose table is then counted anew. What an
+  // earlier grid of that name has left in the listing does not speak for this one.
+  if (kind_ == Kind::kGrid) {
+    Quietly([&] { UnlistGridTables(PathName(), raster_.name); });
+    if (tableRows_.size() == 1 && tableRows_.front() > 0)
+      Quietly([&] { ListGridTable(PathName(), raster_.name, tableRows_.front()); });
+  }
   Hold(OpenRasterFile(path_), false);
 }
 
 void NewRasterDataset::WriteGrids(const std::string& target) {
-  const std::string wkt = EsriWkt(raster_.spatialReference);
+  const std::string wkt = HasReference(raster_) ? EsriWkt(*raster_.spatialReference) : "";
   tableRows_.clear();
   if (BandCount() == 1) {
     tableRows_.push_back(WriteGrid(target, Band(0), raster_.origin, wkt));
@@ -338,7 +364,7 @@ void NewRasterDataset::WriteBandsFile(const std::string& target) const {
   TextWriter file(JoinPath(target, raster_.name + ".vrt"));
   file.WriteLine("<VRTDataset rasterXSize=\"" + ToText(raster_.columns) + "\" rasterYSize=\"" +
                  ToText(raster_.rows) + "\">");
-  if (raster_.spatialReference && !raster_.spatialReference->IsUnknown())
+  if (HasReference(raster_))
     file.WriteLine("  <SRS>" + XmlText(raster_.spatialReference->Wkt()) + "</SRS>");
   const double top = raster_.origin.y + static_cast<double>(raster_.rows) * raster_.cellSize.y;
   file.WriteLine("  <GeoTransform>" + Exact(raster_.origin.x) + "," + Exact(raster_.cellSize.x) +
@@ -401,6 +427,7 @@ void NewRasterDataset::Delete() {
 RasterDatasetPtr CreateRasterDataset(const std::string& folder, const NewRaster& raster) {
   CheckStop();
   Check(folder, raster);
+  CheckKeepsReference(KindOf(raster.format), raster);
   return std::make_shared<NewRasterDataset>(folder, raster);
 }
 

@@ -122,8 +122,9 @@ void GdalRasterDataset::Delete() {
     std::error_code failed;
     fs::remove_all(path_, failed);
     if (failed) files::RaiseErrno(failed.value(), path_);
-    UnlistGridTable(PathName(), Name());
     if (files::FileExists(path_ + ".aux.xml")) files::DeleteFile(path_ + ".aux.xml");
+    // A listing that stays behind harms nobody: the next grid of that name takes it over.
+    Quietly([this] { UnlistGridTables(PathName(), Name()); });
     return;
   }
   QuietGdal quiet;

@@ -36,7 +36,8 @@ bool IsWritable(const std::string& path);
 /// Names (not paths) in a folder, ascending by byte.
 std::vector<std::string> NamesIn(const std::string& folder);
 
-/// Renames within one folder, replacing `to` in one step, and syncs the folder.
+/// Renames within one folder, replacing `to` in one step, and syncs the folder as far as it lets
+/// itself be synced. An error says that nothing was renamed.
 void ReplaceFile(const std::string& from, const std::string& to);
 /// Makes earlier creations, renames and removals in `folder` durable.
 void SyncFolder(const std::string& folder);

@@ -221,7 +221,7 @@ TEST_F(GridWriterTest, ListsManyTablesInOneFolder) {
     ListGridTable(folder_.Path(), NameOf(paths.back()), 1);
   }
   // One goes, one is listed anew, and another takes the free place.
-  UnlistGridTable(folder_.Path(), NameOf(paths[1]));
+  UnlistGridTables(folder_.Path(), NameOf(paths[1]));
   ListGridTable(folder_.Path(), NameOf(paths[3]), 1);
   paths.push_back(Write(std::vector<std::vector<std::int32_t>>{{5}}));
   ListGridTable(folder_.Path(), NameOf(paths[5]), 1);
@@ -235,7 +235,7 @@ TEST_F(GridWriterTest, ListsManyTablesInOneFolder) {
       EXPECT_EQ(table->GetValueAsInt(0, 0), static_cast<int>(i));
     }
   }
-  for (const std::string& path : paths) UnlistGridTable(folder_.Path(), NameOf(path));
+  for (const std::string& path : paths) UnlistGridTables(folder_.Path(), NameOf(path));
   EXPECT_FALSE(std::filesystem::exists(folder_ / "info"));
 }
 
@@ -246,7 +246,7 @@ TEST_F(GridWriterTest, KeepsTheListingsOfOthers) {
   WriteBytes(folder_ / "info/arc.dir", foreign);
   WriteBytes(folder_ / "info/arc0000.dat", "theirs");
   ListGridTable(folder_.Path(), "ours", 1);
-  UnlistGridTable(folder_.Path(), "ours");
+  UnlistGridTables(folder_.Path(), "ours");
   EXPECT_EQ(ReadBytes(folder_ / "info/arc.dir"), foreign);
   EXPECT_EQ(ReadBytes(folder_ / "info/arc0000.dat"), "theirs");
 }

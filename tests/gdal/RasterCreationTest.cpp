@@ -182,9 +182,7 @@ TEST_F(RasterCreationTest, IsWholeOrLeavesNothingHiddenWhenMemoryRunsOut) {
   for (const auto& [format, name] : kFormats)
     for (std::int64_t nth = 1, struck = true; struck; ++nth) {
       bool isWhole = false;
-      const std::function<void()> write = [&] {
-        Write({{1, 2}}, format, name, PixelType::kFloat);
-      };
+      const std::function<void()> write = [&] { Write({{1, 2}}, format, name, PixelType::kFloat); };
       {
         const Fault fault(FaultKind::kOwnAllocation, nth);
         isWhole = Quietly(std::cref(write));
@@ -323,6 +321,63 @@ TEST_F(RasterCreationTest, RefusesTheNumberThatAGridReadsAsNoData) {
                   .Write({0, 0}, BlockOf({{1e39}}, PixelType::kDouble));
             }),
             6);
+}
+
+// A pole that is not the earth's, which older forms of WKT cannot say; and a site's own square.
+constexpr const char* kRotated =
+    R"(GEOGCRS["rotated",BASEGEOGCRS["WGS 84",DATUM["World Geodetic System 1984",)"
+    R"(ELLIPSOID["WGS 84",6378137,298.257223563]]],DERIVINGCONVERSION["Pole rotation",)"
+    R"(METHOD["PROJ ob_tran o_proj=longlat"],)"
+    R"(PARAMETER["o_lon_p",-162,ANGLEUNIT["degree",0.0174532925199433]],)"
+    R"(PARAMETER["o_lat_p",39.25,ANGLEUNIT["degree",0.0174532925199433]],)"
+    R"(PARAMETER["lon_0",180,ANGLEUNIT["degree",0.0174532925199433]]],CS[ellipsoidal,2],)"
+    R"(AXIS["longitude",east,ORDER[1],ANGLEUNIT["degree",0.0174532925199433]],)"
+    R"(AXIS["latitude",north,ORDER[2],ANGLEUNIT["degree",0.0174532925199433]]])";
+constexpr const char* kSite =
+    R"(ENGCRS["Quarry",EDATUM["Site corner"],CS[Cartesian,2],)"
+    R"(AXIS["x",east,ORDER[1],LENGTHUNIT["metre",1]],AXIS["y",north,ORDER[2],LENGTHUNIT["metre",1]]])";
+
+TEST_F(RasterCreationTest, NeverLosesItsReferenceWithoutAWord) {
+  int refused = 0;
+  for (const auto& [format, name] : kFormats) {
+    for (const char* text : {kRotated, kSite, "EPSG:4326", "EPSG:3301", "EPSG:4978"}) {
+      NewRaster raster = Like({{1, 2}}, format, name);
+      raster.spatialReference = SpatialReferenceFromText(text);
+      if (!Quietly([&] { Create(raster)->Close(); })) {
+        EXPECT_EQ(Names(), Texts{}) << format << text;
+        ++refused;
+        continue;
+      }
+      const RasterDatasetPtr made = OpenRasterDataset(folder_.Path(), name);
+      EXPECT_FALSE(made->SpatialReference()->IsUnknown()) << format << text;
+      made->Delete();
+    }
+  }
+  EXPECT_GT(refused, 0);
+}
+
+TEST_F(RasterCreationTest, AReferenceThatAFormatCannotSayIsRefusedBeforehand) {
+  struct Case {
+    const char *format, *reference, *complaint;
+  };
+  for (const Case& c :
+       {Case{"GRID", kRotated, "DerivedGeographicCRS can only be exported to WKT2"},
+        Case{"IMAGINE Image", kSite,
+             "The format IMAGINE Image cannot keep the spatial reference Quarry."}}) {
+    NewRaster raster = Like({{1, 2}}, c.format, "r");
+    raster.spatialReference = SpatialReferenceFromText(c.reference);
+    const auto failure = FailureOf([&] { Create(raster); });
+    ASSERT_TRUE(failure) << c.format;
+    EXPECT_NE(failure->Description().find(c.complaint), std::string::npos)
+        << failure->Description();
+    EXPECT_EQ(Names(), Texts{});
+    raster.format = "TIFF";
+    raster.name = "r.tif";
+    Create(raster)->Close();
+    EXPECT_EQ(OpenRasterDataset(folder_.Path(), "r.tif")->SpatialReference()->Name(),
+              raster.spatialReference->Name());
+    OpenRasterDataset(folder_.Path(), "r.tif")->Delete();
+  }
 }
 
 TEST_F(RasterCreationTest, WritesAGridAsFilesThatReadersKnow) {
