@@ -292,11 +292,13 @@ bool frmLocsToPath::IsRefused() const {
 void frmLocsToPath::ConvertLocations() {
   Run("LocsToPath: ", [this] {
     if (IsRefused()) return;
+    // Whatever the user chooses in the meantime, the run keeps to what it began with.
     const auto layer = GetFeatureLayerByName(cmbFL->text);
+    const OutputChoice chosen = output_;
     const IFeatureClass& points = layer->FeatureClass();
     SpatialReferencePtr reference = points.SpatialReference();
     const FeatureClassPtr output = CreateShapefile(
-        output_.folder, output_.name, GeometryType::kPolyline, false, false, reference, false);
+        chosen.folder, chosen.name, GeometryType::kPolyline, false, false, reference, false);
     IFeatureClass& lines = NotNothing(output.get());
 
     PathOptions options{.lineAStep = chkSep->value};
@@ -320,7 +322,7 @@ void frmLocsToPath::ConvertLocations() {
     WritePaths(points, options, lines, idField,
                [this](std::int64_t done) { ProgressBar1->SetValue(static_cast<double>(done)); });
     Status("");
-    AddLayerToMap(output, output_.name);
+    AddLayerToMap(output, chosen.name);
     MessageBox("Processing complete.");
     Unload();
   });

@@ -264,8 +264,12 @@ void frmZonalStats::ZonalStats() {
              "undefined for one or both layers. Do you wish to proceed?",
              "Warning"))
       return;
-    const Envelope zones = NotNothing(polygons_.get()).Extent();
-    const IRasterDataset& dataset = NotNothing(raster_.get()).Dataset();
+    // Whatever the user chooses in the meantime, the run keeps to what it began with.
+    const auto polygons = polygons_;
+    const auto raster = raster_;
+    const OutputChoice output = output_;
+    const Envelope zones = NotNothing(polygons.get()).Extent();
+    const IRasterDataset& dataset = NotNothing(raster.get()).Dataset();
     if (AreApart(dataset.Extent(), zones)) {
       MessageBox(
           "Error: the polygon and raster layer extents do not overlap. Cannot continue. Please "
@@ -286,7 +290,7 @@ void frmZonalStats::ZonalStats() {
       return Status("");
     ZoneCells cells(band, chkMode->value);
     std::optional<Fields> fields;
-    const TablePtr table = createDBF(output_.name + ".dbf", output_.folder, false, fields);
+    const TablePtr table = createDBF(output.name + ".dbf", output.folder, false, fields);
     if (!table) {
       refuse("Error: could not create output DBF file.");
       return Status("");
@@ -301,7 +305,7 @@ void frmZonalStats::ZonalStats() {
       Status("Processing...");
     };
     const auto step = [this](std::int64_t done) { PBar->SetValue(static_cast<double>(done)); };
-    WriteZonalStats(*polygons_, cells, options, *table, begin, step);
+    WriteZonalStats(*polygons, cells, options, *table, begin, step);
 
     Status("");
     polygons_.reset();

@@ -278,6 +278,7 @@ void frmRandomPoints::Generate(bool& isDeclined) {
   const bool isRaster = optRaster->value;
   const bool isStratified = !isRaster && !optTotal->value;
   output_.name = CleanFileName(output_.name);
+  const OutputChoice output = output_;  // whatever the user chooses in the meantime
   SeedGenerator();
   PointRules rules;
   if (chkMinDist->value) rules.spacing.emplace(ToDouble(txtMinDist->text()));
@@ -299,7 +300,7 @@ void frmRandomPoints::Generate(bool& isDeclined) {
     polygons = GetFeatureLayerByName(cmbLayers->text);
     reference = polygons->FeatureClass().SpatialReference();
   }
-  const FeatureClassPtr points = CreateShapefile(output_.folder, output_.name, GeometryType::kPoint,
+  const FeatureClassPtr points = CreateShapefile(output.folder, output.name, GeometryType::kPoint,
                                                  false, false, reference, false);
   if (!points) {
     MessageBox(
@@ -347,7 +348,7 @@ void frmRandomPoints::Generate(bool& isDeclined) {
   }
 
   inserter.Flush();
-  AddLayerToMap(points, output_.name);
+  AddLayerToMap(points, output.name);
   if (end == SamplingEnd::kGaveUp) {
     MessageBox(
         "Warning: unable to generate random points in a reasonable number of iterations. This "

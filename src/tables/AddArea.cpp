@@ -125,7 +125,9 @@ void frmAddArea::AddAreaPerim() {
     if (chkPerimConst->value && txtPerimConst->text().empty())
       return refuse("Error: no perimeter constant (multiplier) provided.");
 
-    IFeatureClass& polygons = NotNothing(layer_.get()).FeatureClass();
+    // Whatever the user chooses in the meantime, the run keeps to what it began with.
+    const auto layer = layer_;
+    IFeatureClass& polygons = NotNothing(layer.get()).FeatureClass();
     if (chkArea->value) {
       const std::string name = optNew->value ? txtArea->text() : cmbArea->text();
       const double constant = chkAreaConst->value ? NumberIn(*txtAreaConst) : 1.0;

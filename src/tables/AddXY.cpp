@@ -81,7 +81,10 @@ void frmAddXY::AddXY() {
   Run("AddXY: ", [this] {
     const auto refuse = [](const std::string& text) { MessageBox(text, kExclamation, "Error"); };
     if (cmbL->text().empty()) return refuse("ERROR: no point layer defined.");
-    IFeatureClass& points = NotNothing(layer_.get()).FeatureClass();
+    // Whatever the user chooses in the meantime, the run keeps to what it began with.
+    const auto layer = layer_;
+    const SpatialReferencePtr mapReference = mapReference_;
+    IFeatureClass& points = NotNothing(layer.get()).FeatureClass();
     const std::string x = optNew->value ? txtXFldName->text() : cmbXFld->text();
     const std::string y = optNew->value ? txtYFldName->text() : cmbYFld->text();
     if (optNew->value) {
@@ -99,7 +102,7 @@ void frmAddXY::AddXY() {
     }
 
     // In the map's reference whichever of optFrame and optData is chosen.
-    if (TableAddXY(points, x, y, true, true, mapReference_)) {
+    if (TableAddXY(points, x, y, true, true, mapReference)) {
       MessageBox("Processing complete.", kInformation, "Status");
     } else {
       WarnOfProblem("Warning: a problem was encountered while processing this request.");

@@ -68,7 +68,8 @@ void frmDeleteFlds::DeleteFields() {
     PBar->SetValue(0);
     Status("Processing...");
     at = "C";
-    IFeatureClass& table = NotNothing(layer_.get()).FeatureClass();
+    const auto layer = layer_;  // the run keeps to what it began with
+    IFeatureClass& table = NotNothing(layer.get()).FeatureClass();
     double done = 0;
     for (const std::string& line : lines) {
       PBar->SetValue(++done);

@@ -27,6 +27,8 @@ class FieldResultDialog : public Dialog {
   /// The selected rows, or all that the layer's definition query leaves; of each only the chosen
   /// field.
   CursorPtr Rows() const;
+  /// To be kept while its rows are read: the map may lose it meanwhile.
+  std::shared_ptr<IFeatureLayer> Layer() const { return layer_; }
 
  private:
   void OnLoad() override;

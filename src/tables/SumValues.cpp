@@ -28,6 +28,7 @@ void frmSumValues::Sum() {
       return;
     }
     SetEnabled(false);  // and so it stays after a failure
+    const auto layer = Layer();
     const FieldSum result = SumOf(*Rows(), FieldIndex());
     txtResults->text = ToText(result.sum);
     txtSumCnt->text = ToText(result.records) + " records processed";

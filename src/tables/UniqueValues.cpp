@@ -38,6 +38,7 @@ void frmUV::ListValues() {
       MessageBox("ERROR: you must specify a layer and a field.", kCritical, "Error");
       return;
     }
+    const auto layer = Layer();
     const std::vector<Value> values = UniqueValues(*Rows(), FieldIndex());
     txtUVCnt->text = "Unique value count: " + ToText(std::ssize(values));
     Succeeded();

@@ -10,6 +10,7 @@
 
 #include "movement/ConvexPolygonsTest.h"
 #include "runtime/Ports.h"
+#include "support/AtYield.h"
 #include "support/Faults.h"
 #include "support/TempFolder.h"
 
@@ -152,28 +153,6 @@ TEST_F(ConvexPolygonsFailuresTest, ALineFromSouthToNorthIsADegeneratePolygon) {
 }
 
 // ---- What happens at a yield
-
-/// Does something at the n-th yield from now on; a stop, if nothing else.
-class AtYield {
- public:
-  explicit AtYield(int nth, std::function<void()> act = RequestStop) {
-    Ports ports = SetPorts({});
-    before_ = ports;
-    ports.yield = [left = nth, act = std::move(act)]() mutable {
-      if (--left == 0) act();
-    };
-    SetPorts(ports);
-  }
-  ~AtYield() {
-    ClearStop();
-    SetPorts(before_);
-  }
-  AtYield(const AtYield&) = delete;
-  AtYield& operator=(const AtYield&) = delete;
-
- private:
-  Ports before_;
-};
 
 std::vector<Location> RoundTrips() {
   std::vector<Location> fixes{{1, {1, 1}}, {1, {1, 5}}, {1, {4, 1}}};

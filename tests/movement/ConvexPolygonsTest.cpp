@@ -308,6 +308,18 @@ TEST_F(ConvexPolygonsTest, TheObjectIdMakesNoGroups) {
   EXPECT_TRUE(Table("out").records.empty());
 }
 
+TEST_F(ConvexPolygonsTest, TheObjectIdCannotBeCopiedForGroupsEither) {
+  AddLayer("fixes.shp", FixesOf(ThreeAnimals()));
+  OpenOn("fixes");
+  GroupBy("FID");
+  Tick("chkZero", true);
+  Press("btnOK");
+  ASSERT_EQ(said().size(), 2u);
+  EXPECT_THAT(said()[0].text, ::testing::StartsWith("AddNewField: BName: FID, Type: 6\r"));
+  EXPECT_THAT(said()[1].text, ::testing::StartsWith("MCP: F\r9\r"));
+  EXPECT_TRUE(IsOpen());
+}
+
 TEST_F(ConvexPolygonsTest, WhatAFailedRunHasLeftGoesWithTheNextThatEndsWell) {
   AddLayer("fixes.shp", FixesOf(ThreeAnimals()));
   for (const char* name : {"tmp_mcp.shp", "tmp_uvmcp.shp"})

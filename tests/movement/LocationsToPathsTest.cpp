@@ -11,6 +11,7 @@
 #include "data/Workspace.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
+#include "support/AtYield.h"
 #include "support/ErrorNumberOf.h"
 #include "support/Faults.h"
 #include "support/Seeded.h"
@@ -670,6 +671,29 @@ TEST_F(LocationsToPathsTest, AFullDiskIsReportedAndNothingIsAddedToTheMap) {
   EXPECT_THAT(TextsOf(said()), ElementsAre("LocsToPath: \r61\rDisk full"));
   EXPECT_THAT(host_.addedLayers, IsEmpty());
   EXPECT_TRUE(IsOpen());
+}
+
+TEST_F(LocationsToPathsTest, AMapThatChangesInTheMiddleChangesNothing) {
+  OgrDataset many = Fixes();
+  while (many.records.size() < 5000) many.records.push_back(many.records[many.records.size() % 8]);
+  AddLayer("fixes.shp", many);
+  AddLayer("others.shp", Fixes());
+  OpenOn("fixes");
+  const std::string chosen = Output();
+  bool isChanged = false;
+  {
+    const AtYield change(2, [&] {
+      Set("cmbFL", "others");
+      PickOutput();
+      host_.map.Clear();
+      isChanged = true;
+    });
+    ExpectComplete();
+  }
+  EXPECT_TRUE(isChanged);
+  EXPECT_THAT(host_.addedLayers, ElementsAre("paths"));
+  EXPECT_EQ(OpenFeatureClassByPath(chosen)->RowCount(), 1);
+  EXPECT_FALSE(files::FileExists(Output()));
 }
 
 TEST_F(LocationsToPathsTest, AStopIsReportedAndKeepsTheLinesBefore) {

@@ -7,6 +7,8 @@
 
 #include "data/FieldsAndDatasets.h"
 #include "raster/TextRaster.h"
+#include "runtime/Files.h"
+#include "support/AtYield.h"
 #include "support/OgrDataset.h"
 #include "support/TempFolder.h"
 #include "support/TestHost.h"
@@ -402,6 +404,36 @@ TEST_F(ZonalStatsTest, TheBandIsReadOnceInMemoryAndOnceAZoneByParts) {
     WriteZonalStats(
         *zones, cells, {}, *table, [](std::int64_t) {}, [](std::int64_t) {});
     EXPECT_EQ(band.reads, large ? 3 : 1);
+  }
+}
+
+// ---- What the user does meanwhile
+
+TEST_F(ZonalStatsTest, KeepsToWhatItBeganWithWhateverHappensToTheMap) {
+  for (const bool large : {false, true}) {
+    AddZones({kOneCell, kTwoCells});
+    AddRaster();
+    WriteTextRaster(folder_ / "other.vrt", {Rows{{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}}});
+    AddRasterFile("other.vrt");
+    WriteOgr(folder_ / "single.shp",
+             {.type = "Polygon", .columns = {{"N", "Integer", 4}}, .records = {{kGap, {"1"}}}});
+    host_.AddLayer(folder_ / "single.shp");
+    Hand hand = Ready();
+    hand.Check("chkMode", large);
+    bool isChanged = false;
+    {
+      const AtYield change(1, [&] {
+        hand.Choose("cmbPolyL", "single").Choose("cmbRL", "other.vrt");
+        hand.Pick("btnOpen", folder_ / "elsewhere.dbf");
+        host_.map.Clear();
+        isChanged = true;
+      });
+      hand.Press("btnOK");
+    }
+    EXPECT_TRUE(isChanged);
+    EXPECT_THAT(Column("ZSTATS_SUM"), ElementsAre(2, 5));
+    EXPECT_FALSE(files::FileExists(folder_ / "elsewhere.dbf"));
+    for (const char* end : {"out.dbf", "out.cpg"}) files::DeleteFile(folder_ / end);
   }
 }
 

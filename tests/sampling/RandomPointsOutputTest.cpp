@@ -5,6 +5,7 @@
 #include "data/FieldsAndDatasets.h"
 #include "data/Workspace.h"
 #include "runtime/Files.h"
+#include "support/AtYield.h"
 
 namespace orlinths {
 namespace {
@@ -128,6 +129,22 @@ TEST_F(RandomPointsOutputTest, FlushesEvery500Points) {
   SetPorts(before);
   EXPECT_EQ(seen, std::vector<int>{4000});
   EXPECT_EQ(Points().size(), 5000u);
+}
+
+TEST_F(RandomPointsOutputTest, ALayerThatLeavesTheMapMeanwhileIsSampledToTheEnd) {
+  AddPolygons("zones", {kSquare});
+  OpenOn("zones").Set("txtNPnts", "9000");
+  bool isGone = false;
+  {
+    const AtYield takeAway(1, [&] {
+      host_.map.Clear();
+      isGone = true;
+    });
+    Run();
+  }
+  EXPECT_TRUE(isGone);
+  EXPECT_EQ(host_.Messages(), Texts{"Processing complete"});
+  EXPECT_EQ(Points().size(), 9000u);
 }
 
 TEST_F(RandomPointsOutputTest, AStopKeepsWhatIsWrittenAndTheDialog) {

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "data/FieldsAndDatasets.h"
 #include "data/Workspace.h"
@@ -72,6 +73,7 @@ ToolTest::ToolTest() {
   host_.application.onProgress = [this](std::int64_t position, std::int64_t max,
                                         const std::string& message) {
     progress_.push_back({position, max, message});
+    if (act_ && message == actAt_) std::exchange(act_, nullptr)();
   };
 }
 
@@ -208,6 +210,11 @@ std::vector<std::int64_t> ToolTest::LastProgressOf(const std::string& message) c
   for (const ProgressEvent& event : progress_)
     if (event.message == message) last = {event.position, event.max};
   return last;
+}
+
+void ToolTest::AtProgressOf(const std::string& message, std::function<void()> act) {
+  actAt_ = message;
+  act_ = std::move(act);
 }
 
 void ToolTest::StopDuring(const std::string& message) {

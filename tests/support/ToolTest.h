@@ -80,6 +80,8 @@ class ToolTest : public ::testing::Test {
   const std::vector<ProgressEvent>& Progress() const { return progress_; }
   /// Position and maximum that the status bar told last under that message.
   std::vector<std::int64_t> LastProgressOf(const std::string& message) const;
+  /// Does something when the status bar first tells of progress under that message.
+  void AtProgressOf(const std::string& message, std::function<void()> act);
   /// From now on a stop is asked for at the 2000th record of the work that goes by that message.
   void StopDuring(const std::string& message);
 
@@ -89,6 +91,8 @@ class ToolTest : public ::testing::Test {
   TempFolder folder_;
   std::optional<Hand> hand_;
   std::vector<ProgressEvent> progress_;
+  std::string actAt_;
+  std::function<void()> act_;
   std::unique_ptr<IApplication> stopping_;
 };
 
