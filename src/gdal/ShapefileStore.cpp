@@ -60,13 +60,15 @@ std::string WithoutExtension(const std::string& path) {
 }
 
 /// The companion of that extension in the case that is there, else in the case of the dataset's
-/// own.
+/// own; where a link leads, if it is one.
 std::string Beside(const std::string& path, const std::string& lower, const std::string& upper) {
   const std::string base = WithoutExtension(path) + ".";
   const bool isUpper = IsUpper(path.substr(base.size()));
   const std::string first = base + (isUpper ? upper : lower),
                     second = base + (isUpper ? lower : upper);
-  return !files::FileExists(first) && files::FileExists(second) ? second : first;
+  const std::string& there =
+      !files::FileExists(first) && files::FileExists(second) ? second : first;
+  return files::FileExists(there) ? CanonicalPath(there) : there;
 }
 
 DatasetFiles FilesOf(const std::string& path) {
@@ -155,9 +157,11 @@ std::shared_ptr<ShapefileStore> Create(const DatasetFiles& files, const Geometry
 }
 
 constexpr std::array kShapefileExtensions = {
-    "shp", "shx", "dbf", "prj", "cpg", "qix", "sbn", "sbx", "idm",     "ind",     "qpj",
-    "fbn", "fbx", "ain", "aih", "ixs", "mxs", "cst", "qmd", "shp.xml", "dbf.xml", "shp.aux.xml"};
-constexpr std::array kTableExtensions = {"dbf", "cpg", "idm", "ind", "dbf.xml", "dbt", "fpt"};
+    "shp", "shx", "dbf", "prj",     "cpg",     "qix",         "sbn", "sbx",
+    "idm", "ind", "qpj", "fbn",     "fbx",     "ain",         "aih", "ixs",
+    "mxs", "cst", "qmd", "shp.xml", "dbf.xml", "shp.aux.xml", "cdx", "mdx"};
+constexpr std::array kTableExtensions = {"dbf", "cpg", "idm", "ind", "dbf.xml",
+                                         "dbt", "fpt", "cdx", "mdx"};
 
 template <std::size_t n>
 bool IsOneOf(const std::array<const char*, n>& extensions, std::string_view extension) {
@@ -212,8 +216,8 @@ std::vector<std::string> ShapefileStoreImpl::StaleIndexes(bool shapesChange) con
   std::vector<std::string> stale;
   for (const std::string& companion : Companions()) {
     const std::string extension = LowerCase(companion);
-    const bool ofAttributes =
-        extension == "idm" || extension == "ind" || extension.ends_with("atx");
+    const bool ofAttributes = extension == "idm" || extension == "ind" || extension == "cdx" ||
+                              extension == "mdx" || extension.ends_with("atx");
     const bool ofShapes = extension == "qix" || extension == "sbn" || extension == "sbx";
     if (ofAttributes || (shapesChange && ofShapes))
       stale.push_back(files_.Base() + "." + companion);

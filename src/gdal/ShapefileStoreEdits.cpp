@@ -35,6 +35,15 @@ std::uint64_t EndOfRecords(const std::string& shxPath, std::int64_t records) {
   return end;
 }
 
+/// The new table has no index beside it: its header must not tell other programs to look for one.
+void ForgetIndex(DbfLayout& layout) {
+  constexpr std::size_t kFlags = 28;
+  constexpr unsigned kHasIndex = 1;
+  if (kFlags < layout.head.size())
+    layout.head[kFlags] =
+        static_cast<char>(static_cast<unsigned char>(layout.head[kFlags]) & ~kHasIndex);
+}
+
 void CheckLength(const std::string& file, std::uint64_t expected) {
   if (InputFile(file).Size() != expected)
     throw RuntimeError::Platform(file + ": what was written is not what the disk holds.");
@@ -197,6 +206,8 @@ void ShapefileStoreImpl::OpenWriter() {
   }
   if (shp && shp->bounds.IsZero())
     shp->bounds = BoundsOfShapes(InputFile(files_.shp), InputFile(files_.shx), records_);
+  if (records_ > 0)
+    for (const std::string& index : StaleIndexes(true)) files::DeleteFile(index);
   record_ = DefaultRecord(layout_);
   writer_ = std::make_unique<ShapefileWriter>(files_, layout_, shp, geometry_.hasM);
   lock_ = std::move(lock);
@@ -318,6 +329,7 @@ ShapefileStoreImpl::Written ShapefileStoreImpl::WriteSuccessors() {
       sources.push_back({column.fileColumn, column.edits.get()});
     }
     LayOut(written.layout, files_.dbf);
+    ForgetIndex(written.layout);
     OutputFile dbf(NewFileFor(files_.dbf), OutputFile::Mode::kReplace);
     RewriteTable(InputFile(files_.dbf), layout_, written.layout, sources, droppedOrNone, Today(),
                  dbf);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
@@ -66,6 +68,34 @@ struct Journal {
   std::vector<std::string> replaced, dropped;
 };
 
+/// A file as a line of the journal: its name in the journal's folder, the whole path elsewhere.
+/// Names may hold line ends.
+std::string LineFor(const std::string& file, const std::string& folder) {
+  std::string line;
+  for (const char c : FolderOf(file) == folder ? NameOf(file) : file) {
+    if (c == '\n') {
+      line += "%n";
+    } else if (c == '\r') {
+      line += "%r";
+    } else {
+      line += c;
+      if (c == '%') line += c;
+    }
+  }
+  return line;
+}
+
+std::string FileOfLine(std::string_view line, const std::string& folder) {
+  std::string file;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    file += line[i];
+    if (line[i] != '%' || ++i == line.size()) continue;
+    if (line[i] == 'n') file.back() = '\n';
+    if (line[i] == 'r') file.back() = '\r';
+  }
+  return file.starts_with('/') ? file : JoinPath(folder, file);
+}
+
 /// Nothing when there is no journal or it breaks off: then nothing had been renamed yet.
 std::optional<Journal> ReadJournal(const DatasetFiles& files) {
   const std::string path = JournalOf(files);
@@ -78,9 +108,9 @@ std::optional<Journal> ReadJournal(const DatasetFiles& files) {
     const std::string line = reader.ReadLine();
     if (line == kEnd) return journal;
     if (line.starts_with(kReplace))
-      journal.replaced.push_back(JoinPath(folder, line.substr(kReplace.size())));
+      journal.replaced.push_back(FileOfLine(line.substr(kReplace.size()), folder));
     else if (line.starts_with(kDrop))
-      journal.dropped.push_back(JoinPath(folder, line.substr(kDrop.size())));
+      journal.dropped.push_back(FileOfLine(line.substr(kDrop.size()), folder));
     else
       return std::nullopt;
   }
@@ -89,9 +119,11 @@ std::optional<Journal> ReadJournal(const DatasetFiles& files) {
 
 void WriteJournal(const DatasetFiles& files, const Journal& journal) {
   std::string text = std::string(kJournalHead) + '\n';
+  const std::string folder = FolderOf(JournalOf(files));
   for (const std::string& file : journal.replaced)
-    text += std::string(kReplace) + NameOf(file) + '\n';
-  for (const std::string& file : journal.dropped) text += std::string(kDrop) + NameOf(file) + '\n';
+    text += std::string(kReplace) + LineFor(file, folder) + '\n';
+  for (const std::string& file : journal.dropped)
+    text += std::string(kDrop) + LineFor(file, folder) + '\n';
   text += std::string(kEnd) + '\n';
   OutputFile out(JournalOf(files), OutputFile::Mode::kReplace, text.size());
   out.Write(text);
@@ -116,12 +148,39 @@ void SyncFolderIfPossible(const std::string& folder) {
 
 }  // namespace
 
-std::string DatasetFiles::Base() const { return JoinPath(FolderOf(dbf), StemOf(dbf)); }
+std::string DatasetFiles::Base() const {
+  const std::string& first = shp.empty() ? dbf : shp;
+  return JoinPath(FolderOf(first), StemOf(first));
+}
 
 std::vector<std::string> DatasetFiles::Main() const {
   if (shp.empty()) return {dbf};
   return {shp, shx, dbf};
 }
+
+namespace {
+
+/// A group that is not the one meant has no more rights than everybody.
+mode_t PermissionsWithoutGroup(mode_t mode) {
+  constexpr mode_t kOwner = 0700, kOthers = 0007;
+  return (mode & kOwner) | (mode & kOthers) << 3 | (mode & kOthers);
+}
+
+/// False when the list cannot be had there. Where the file system has none, there is nothing to do.
+bool CopyAccessList(const std::string& from, const std::string& to) {
+  constexpr const char* kList = "system.posix_acl_access";
+  const ssize_t size = ::getxattr(from.c_str(), kList, nullptr, 0);
+  if (size < 0 && errno == ENODATA) {
+    ::removexattr(to.c_str(), kList);  // what the folder hands down
+    return true;
+  }
+  if (size < 0) return errno == ENOTSUP;
+  std::vector<char> list(static_cast<std::size_t>(size));
+  return ::getxattr(from.c_str(), kList, list.data(), list.size()) == size &&
+         ::setxattr(to.c_str(), kList, list.data(), list.size(), 0) == 0;
+}
+
+}  // namespace
 
 std::string NewFileFor(const std::string& file) { return With(file, kNew); }
 
@@ -138,12 +197,13 @@ void CopyPermissions(const std::string& file) {
   struct stat status;
   if (::stat(file.c_str(), &status) != 0) files::RaiseErrno(errno, file);
   const std::string successor = NewFileFor(file);
-  // Only root may give files away; anyone else keeps the group if it is theirs.
-  if (::chown(successor.c_str(), status.st_uid, status.st_gid) != 0 &&
-      ::chown(successor.c_str(), static_cast<uid_t>(-1), status.st_gid) != 0) {
-    // Then the file is this user's, as any other program would leave it.
-  }
-  if (::chmod(successor.c_str(), status.st_mode & 07777) != 0) files::RaiseErrno(errno, successor);
+  // Only root may give files away; anyone else keeps the group if it is theirs. Otherwise the file
+  // is this user's, as any other program would leave it.
+  const bool keepsGroup = ::chown(successor.c_str(), status.st_uid, status.st_gid) == 0 ||
+                          ::chown(successor.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0;
+  mode_t mode = status.st_mode & 07777;
+  if (!keepsGroup || !CopyAccessList(file, successor)) mode = PermissionsWithoutGroup(mode);
+  if (::chmod(successor.c_str(), mode) != 0) files::RaiseErrno(errno, successor);
 }
 
 EditLock::EditLock(const DatasetFiles& files)
@@ -174,13 +234,13 @@ bool EditLock::IsHeldElsewhere(const DatasetFiles& files) {
 
 void ReplaceTogether(const DatasetFiles& files, const std::vector<std::string>& replaced,
                      const std::vector<std::string>& dropped) {
-  const std::string folder = FolderOf(files.dbf);
+  const std::string folder = FolderOf(files.Base());
   Journal journal{replaced, {}};
   for (const std::string& file : dropped)
     if (files::FileExists(file)) journal.dropped.push_back(file);
   if (replaced.size() == 1 && journal.dropped.empty()) {
     Rename(NewFileFor(replaced.front()), replaced.front());
-    SyncFolderIfPossible(folder);
+    SyncFolderIfPossible(FolderOf(replaced.front()));
     return;
   }
 

@@ -7,7 +7,8 @@
 
 namespace orlinths {
 
-/// The files of one dataset. `shp` and `shx` are empty for a plain table.
+/// The files of one dataset, links resolved: a link stays a link, and what it leads to is replaced.
+/// `shp` and `shx` are empty for a plain table.
 struct DatasetFiles {
   std::string shp, shx, dbf;
 
@@ -41,7 +42,8 @@ class EditLock {
 /// Removes new files that did not come to their names; none of them while a journal still needs
 /// them.
 void RemoveNewFiles(const DatasetFiles& files) noexcept;
-/// The new file of `file` gets its permissions and, where this user may give them, its owners.
+/// The new file of `file` gets its permissions, its access list and, where this user may give them,
+/// its owners. A group that it cannot have gets no more rights through it than everybody.
 void CopyPermissions(const std::string& file);
 
 /// Every one of `replaced`, written and synced as `NewFileFor`, takes its name; `dropped` files go
