@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "host/Commands.h"
@@ -404,12 +406,19 @@ std::string SessionText(const Session& session, const std::string& folder) {
 
 void WriteSession(const Session& session, const std::string& path) {
   const std::string absolute = AbsolutePath(path, CurrentFolder());
-  const std::string beside = absolute + ".new";
+  // A link stays a link: what it leads to is replaced.
+  std::error_code isNotThere;
+  const std::filesystem::path real = std::filesystem::canonical(absolute, isNotThere);
+  const std::string target = isNotThere ? absolute : real.string();
+  const std::string beside = target + ".new";
   OutputFile file(beside, OutputFile::Mode::kReplace);
   file.Write(SessionText(session, FolderOf(absolute)));
   file.Sync();
   file.Close();
-  files::ReplaceFile(beside, absolute);
+  const auto failure = FailureOf([&] { files::ReplaceFile(beside, target); });
+  if (!failure) return;
+  Quietly([&] { files::DeleteFile(beside); });
+  throw *failure;
 }
 
 }  // namespace orlinths

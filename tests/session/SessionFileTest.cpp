@@ -2,8 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include "host/Commands.h"
 #include "session/Json.h"
+#include "runtime/Files.h"
 #include "runtime/Trap.h"
 #include "support/Seeded.h"
 #include "support/TempFolder.h"
@@ -220,6 +223,26 @@ TEST(SessionFile, NamesAFileThatCannotBeRead) {
   const auto failure = FailureOf([&] { ReadSession("/nowhere/s.json", written); });
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->Description(), "/nowhere/s.json: Path not found");
+}
+
+TEST(SessionFile, IsWrittenInOnePieceWhereALinkLeads) {
+  namespace fs = std::filesystem;
+  const TempFolder folder;
+  fs::create_directory(folder / "kept");
+  WriteBytes(folder / "kept/run.json", "an old one");
+  fs::create_symlink("kept/run.json", folder / "run.json");
+  WriteSession(Parsed(kEverything), folder / "run.json");
+  EXPECT_TRUE(fs::is_symlink(folder / "run.json"));
+  EXPECT_NE(ReadBytes(folder / "kept/run.json"), "an old one");
+  EXPECT_EQ(files::NamesIn(folder / "kept"), std::vector<std::string>{"run.json"});
+  WrittenPaths written;
+  EXPECT_EQ(ReadSession(folder / "run.json", written).steps.size(),
+            Parsed(kEverything).steps.size());
+  // What cannot take its name leaves nothing beside.
+  fs::create_directory(folder / "taken.json");
+  EXPECT_FALSE(Quietly([&] { WriteSession(Parsed(kEverything), folder / "taken.json"); }));
+  EXPECT_EQ(files::NamesIn(folder.Path()),
+            (std::vector<std::string>{"kept", "run.json", "taken.json"}));
 }
 
 TEST(SessionFile, NeverFallsOverMutilatedText) {
