@@ -1,10 +1,10 @@
 // Where the attribute table of an integer band comes from.
-#include <algorithm>
-#include <map>
-#include <unordered_map>
+#include <string>
+#include <vector>
 
 #include <gdal.h>
 
+#include "data/BandCells.h"
 #include "data/Workspace.h"
 #include "gdal/Library.h"
 #include "gdal/RasterBand.h"
@@ -12,8 +12,6 @@
 
 namespace orlinths {
 namespace {
-
-constexpr std::size_t kMostValues = 65536;
 
 Field Named(const char* name, FieldType type) {
   Field field;
@@ -98,55 +96,6 @@ std::unique_ptr<RasterAttributeTable> TableBeside(const std::string& path) {
     return std::make_unique<RasterAttributeTable>(std::move(fields), std::move(rows));
   }
   return nullptr;
-}
-
-/// Counts the cells of each value; nothing when there are more values than a table may have.
-std::optional<std::map<std::int64_t, std::int64_t>> CountValues(const IRasterBand& band) {
-  std::unordered_map<std::int64_t, std::int64_t> counts;
-  const IRasterProps& props = band.Props();
-  const int step =
-      static_cast<int>(std::clamp<std::int64_t>(kCellsPerStep / props.width, 1, props.height));
-  for (int first = 0; first < props.height; first += step) {
-    IPixelBlock strip = band.CreatePixelBlock(props.width, std::min(step, props.height - first));
-    band.Read({0, static_cast<double>(first)}, strip);
-    const bool fits = Visit(strip, 0, [&]<class T>(Plane<T> plane) {
-      for (int row = 0; row < plane.rows; ++row) {
-        const auto cells = plane.Row(row);
-        for (std::size_t i = 0; i < cells.size();) {
-          const T value = cells[i];
-          std::size_t end = i + 1;
-          while (end < cells.size() && cells[end] == value) ++end;
-          if (!plane.isNoData(value))
-            counts[static_cast<std::int64_t>(value)] += static_cast<std::int64_t>(end - i);
-          i = end;
-        }
-        if (counts.size() > kMostValues) return false;
-      }
-      return true;
-    });
-    if (!fits) return std::nullopt;
-  }
-  return std::map<std::int64_t, std::int64_t>(counts.begin(), counts.end());
-}
-
-/// A whole number as a table holds it: 32 bits where they suffice.
-Value Whole(std::int64_t v) {
-  const auto narrow = static_cast<std::int32_t>(v);
-  return narrow == v ? Value(narrow) : Value(static_cast<double>(v));
-}
-
-std::unique_ptr<RasterAttributeTable> CountedTable(const IRasterBand& band) {
-  const auto counts = CountValues(band);
-  if (!counts) return nullptr;
-  FieldType valueType = FieldType::kInteger, countType = FieldType::kInteger;
-  std::vector<std::vector<Value>> rows;
-  for (const auto& [value, count] : *counts) {
-    rows.push_back({Whole(value), Whole(count)});
-    if (rows.back()[0].As<double>() != nullptr) valueType = FieldType::kDouble;
-    if (rows.back()[1].As<double>() != nullptr) countType = FieldType::kDouble;
-  }
-  return std::make_unique<RasterAttributeTable>(
-      Fields{Named("Value", valueType), Named("Count", countType)}, std::move(rows));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "data/BandCells.h"
 #include "gdal/Library.h"
 #include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
@@ -85,18 +86,6 @@ constexpr GDALDataType TransferType() {
     return GDT_Float64;
 }
 
-/// Types below 4 share one sort of plane, and so do those from 10 on.
-PixelType PlaneType(PixelType type) {
-  return std::clamp(type, PixelType::kUInt8, PixelType::kDouble);
-}
-
-/// A place in cells truncated towards zero, as near to the raster as matters. Error 6 for NaN.
-std::int64_t WholeCell(double position) {
-  if (std::isnan(position)) throw RuntimeError(ErrorNumber::kOverflow);
-  constexpr double kFar = 1LL << 40;
-  return static_cast<std::int64_t>(std::clamp(std::trunc(position), -kFar, kFar));
-}
-
 /// What a NoData cell of the plane holds; error 6 where it has no value for that.
 template <class T>
 T NoDataCell(const EditablePlane<T>& plane) {
@@ -131,21 +120,6 @@ IRasterProps PropsOf(GDALDatasetH dataset, int band, const SpatialReferencePtr& 
   return props;
 }
 
-/// The part of a block that lies on the raster: where it begins in either, and its size.
-struct GdalRasterBand::Window {
-  int column, row;            // of the raster
-  int blockColumn, blockRow;  // of the block
-  int columns = 0, rows = 0;  // 0 where they do not meet
-
-  bool IsEmpty() const { return columns <= 0 || rows <= 0; }
-  bool Fills(const IPixelBlock& block) const {
-    return columns == block.Columns() && rows == block.Rows();
-  }
-  bool Has(int c, int r) const {
-    return c >= blockColumn && c < blockColumn + columns && r >= blockRow && r < blockRow + rows;
-  }
-};
-
 GdalRasterBand::GdalRasterBand(GDALDatasetH dataset, int band, std::string path,
                                const SpatialReferencePtr& reference, bool isNew)
     : band_(GDALGetRasterBand(dataset, band + 1)),
@@ -169,22 +143,10 @@ void GdalRasterBand::SetNoDataValue(double value) {
   props_.noDataValue = asCell;
 }
 
-GdalRasterBand::Window GdalRasterBand::WindowOf(CellPosition position,
-                                                const IPixelBlock& block) const {
-  const std::int64_t column = WholeCell(position.column), row = WholeCell(position.row);
-  const std::int64_t left = std::max<std::int64_t>(column, 0), top = std::max<std::int64_t>(row, 0);
-  const std::int64_t right = std::min<std::int64_t>(column + block.Columns(), props_.width);
-  const std::int64_t bottom = std::min<std::int64_t>(row + block.Rows(), props_.height);
-  if (right <= left || bottom <= top) return {0, 0, 0, 0, 0, 0};
-  return {static_cast<int>(left),          static_cast<int>(top),
-          static_cast<int>(left - column), static_cast<int>(top - row),
-          static_cast<int>(right - left),  static_cast<int>(bottom - top)};
-}
-
 /// Moves the window's cells; `cells` is the place of its first cell, `stride` the cells from one
 /// row to the next.
 template <class T>
-void GdalRasterBand::Transfer(GDALRWFlag direction, const Window& window, T* cells,
+void GdalRasterBand::Transfer(GDALRWFlag direction, const CellWindow& window, T* cells,
                               std::int64_t stride) const {
   QuietGdal quiet;
   // Steps of whole blocks of the file, so that no block is unpacked twice.
@@ -206,7 +168,7 @@ void GdalRasterBand::Transfer(GDALRWFlag direction, const Window& window, T* cel
   }
 }
 
-void GdalRasterBand::ReadMask(const Window& window, std::vector<std::uint8_t>& mask) const {
+void GdalRasterBand::ReadMask(const CellWindow& window, std::vector<std::uint8_t>& mask) const {
   QuietGdal quiet;
   mask.resize(static_cast<std::size_t>(window.columns) * static_cast<std::size_t>(window.rows));
   if (GDALRasterIO(GDALGetMaskBand(band_), GF_Read, window.column, window.row, window.columns,
@@ -217,16 +179,18 @@ void GdalRasterBand::ReadMask(const Window& window, std::vector<std::uint8_t>& m
 
 void GdalRasterBand::Read(CellPosition position, IPixelBlock& block) const {
   CheckStop();
-  const Window window = WindowOf(position, block);
+  const CellWindow window = WindowOf(props_, position, block);
   block.SetNoDataValue(0, props_.noDataValue);
   if (window.IsEmpty() || PlaneType(block.Type()) == PlaneType(props_.pixelType)) {
     ReadSameType(window, block);
   } else {
-    ReadConverted(window, block);
+    IPixelBlock own = CreatePixelBlock(window.columns, window.rows);
+    Read({static_cast<double>(window.column), static_cast<double>(window.row)}, own);
+    PutCells(own, window, block);
   }
 }
 
-void GdalRasterBand::ReadSameType(const Window& window, IPixelBlock& block) const {
+void GdalRasterBand::ReadSameType(const CellWindow& window, IPixelBlock& block) const {
   std::vector<std::uint8_t> mask;
   bool hasNaN = false;
   if (!window.IsEmpty()) {
@@ -262,42 +226,10 @@ void GdalRasterBand::ReadSameType(const Window& window, IPixelBlock& block) cons
   });
 }
 
-/// Into a plane of another type: read as the band has it, then cell by cell. Only after that the
-/// plane is widened, if it must be.
-void GdalRasterBand::ReadConverted(const Window& window, IPixelBlock& block) const {
-  IPixelBlock own = CreatePixelBlock(window.columns, window.rows);
-  Read({static_cast<double>(window.column), static_cast<double>(window.row)}, own);
-  bool hasNoData = !window.Fills(block);
-  const auto forWindow = [&](auto&& cellByCell) {
-    Edit(block, 0, [&]<class To>(EditablePlane<To> to) {
-      Visit(own, 0, [&]<class From>(Plane<From> from) {
-        for (int row = 0; row < from.rows; ++row) {
-          To* cell = to.Row(window.blockRow + row).data() + window.blockColumn;
-          for (const From v : from.Row(row)) cellByCell(to, *cell++, v, from.isNoData(v));
-        }
-      });
-    });
-  };
-  forWindow([&]<class To>(const EditablePlane<To>&, To& cell, auto v, bool isNoData) {
-    hasNoData = hasNoData || isNoData;
-    cell = isNoData ? To{} : ToCell<To>(static_cast<double>(v));
-  });
-  if (!hasNoData) return;
-  block.MakeRoomForNoData(0);
-  Edit(block, 0, [&]<class To>(EditablePlane<To> to) {
-    for (int row = 0; row < to.rows; ++row)
-      for (int column = 0; column < to.columns; ++column)
-        if (!window.Has(column, row)) to.Row(row)[static_cast<std::size_t>(column)] = to.noData;
-  });
-  forWindow([&]<class To>(const EditablePlane<To>& to, To& cell, auto, bool isNoData) {
-    if (isNoData) cell = to.noData;
-  });
-}
-
 void GdalRasterBand::Write(CellPosition position, const IPixelBlock& block) {
   CheckStop();
   if (!isNew_) throw RuntimeError::Platform("The raster is open for reading: " + path_);
-  const Window window = WindowOf(position, block);
+  const CellWindow window = WindowOf(props_, position, block);
   if (window.IsEmpty()) return;
   const int step =
       static_cast<int>(std::clamp<std::int64_t>(kCellsPerStep / window.columns, 1, window.rows));
@@ -331,63 +263,14 @@ void GdalRasterBand::Write(CellPosition position, const IPixelBlock& block) {
                                                             : ToCell<To>(static_cast<double>(v));
         }
       });
-      Transfer(GF_Write, Window{window.column, window.row + first, 0, 0, window.columns, rows},
+      Transfer(GF_Write, CellWindow{window.column, window.row + first, 0, 0, window.columns, rows},
                to.cells, to.columns);
     });
   }
 }
 
-template <class Fn>
-void GdalRasterBand::ForStrips(Fn&& fn) const {
-  const int step =
-      static_cast<int>(std::clamp<std::int64_t>(kCellsPerStep / props_.width, 1, props_.height));
-  for (int first = 0; first < props_.height; first += step) {
-    IPixelBlock strip = CreatePixelBlock(props_.width, std::min(step, props_.height - first));
-    Read({0, static_cast<double>(first)}, strip);
-    Visit(strip, 0, [&](auto plane) { fn(plane, first); });
-  }
-}
-
 RasterStatistics GdalRasterBand::Statistics(int skipX, int skipY) const {
-  CheckStop();
-  if (skipX < 1 || skipY < 1) throw RuntimeError(ErrorNumber::kInvalidCall);
-  RasterStatistics all;
-  double squares = 0;
-  ForStrips([&]<class T>(Plane<T> plane, int first) {
-    for (int row = 0; row < plane.rows; ++row) {
-      if ((first + row) % skipY != 0) continue;
-      const auto cells = plane.Row(row);
-      const auto step = static_cast<std::size_t>(skipX);
-      std::int64_t n = 0;
-      double sum = 0, low = 0, high = 0;
-      for (std::size_t i = 0; i < cells.size(); i += step) {
-        if (plane.isNoData(cells[i])) continue;
-        const double v = static_cast<double>(cells[i]);
-        if (n++ == 0) low = high = v;
-        low = std::min(low, v);
-        high = std::max(high, v);
-        sum += v;
-      }
-      if (n == 0) continue;
-      const double mean = sum / static_cast<double>(n);
-      double rowSquares = 0;
-      for (std::size_t i = 0; i < cells.size(); i += step) {
-        const double apart = static_cast<double>(cells[i]) - mean;
-        if (!plane.isNoData(cells[i])) rowSquares += apart * apart;
-      }
-      // Rows are joined by their sizes, means and sums of squares (Chan, Golub and LeVeque 1983).
-      if (all.count == 0) all.minimum = low, all.maximum = high;
-      all.minimum = std::min(all.minimum, low);
-      all.maximum = std::max(all.maximum, high);
-      const double before = static_cast<double>(all.count), added = static_cast<double>(n);
-      const double apart = mean - all.mean;
-      squares += rowSquares + apart * apart * before * added / (before + added);
-      all.mean += apart * added / (before + added);
-      all.count += n;
-    }
-  });
-  if (all.count > 0) all.standardDeviation = std::sqrt(squares / static_cast<double>(all.count));
-  return all;
+  return StatisticsOf(*this, skipX, skipY);
 }
 
 void GdalRasterBand::ComputeStatsAndHist() {
@@ -414,7 +297,7 @@ void GdalRasterBand::KeepHistogram(const RasterStatistics& statistics) {
   const double scale = kClasses / (high - low);
   if (!std::isfinite(scale)) return;
   std::vector<GUIntBig> counts(kClasses);
-  ForStrips([&]<class T>(Plane<T> plane, int) {
+  ForStrips(*this, [&]<class T>(Plane<T> plane, int) {
     for (int row = 0; row < plane.rows; ++row)
       for (const T v : plane.Row(row)) {
         if (plane.isNoData(v)) continue;

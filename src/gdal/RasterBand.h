@@ -5,12 +5,10 @@
 
 #include <gdal.h>
 
+#include "data/BandCells.h"
 #include "data/RasterBand.h"
 
 namespace orlinths {
-
-/// Cells read or written between two looks for a stop request.
-inline constexpr std::int64_t kCellsPerStep = std::int64_t{1} << 22;
 
 struct CloseGdalDataset {
   void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
@@ -40,15 +38,11 @@ class GdalRasterBand : public IRasterBand {
   void SetFallbackNoData(double value) { props_.noDataValue = value; }
 
  private:
-  struct Window;
-  Window WindowOf(CellPosition position, const IPixelBlock& block) const;
   template <class T>
-  void Transfer(GDALRWFlag direction, const Window& window, T* cells, std::int64_t stride) const;
-  void ReadMask(const Window& window, std::vector<std::uint8_t>& mask) const;
-  void ReadSameType(const Window& window, IPixelBlock& block) const;
-  void ReadConverted(const Window& window, IPixelBlock& block) const;
-  template <class Fn>
-  void ForStrips(Fn&& fn) const;
+  void Transfer(GDALRWFlag direction, const CellWindow& window, T* cells,
+                std::int64_t stride) const;
+  void ReadMask(const CellWindow& window, std::vector<std::uint8_t>& mask) const;
+  void ReadSameType(const CellWindow& window, IPixelBlock& block) const;
   void KeepHistogram(const RasterStatistics& statistics);
 
   GDALRasterBandH band_;
