@@ -14,6 +14,7 @@
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
 #include "session/CommandLineText.h"
+#include "session/MapBuilder.h"
 #include "session/SessionFile.h"
 
 namespace orlinths {
@@ -129,6 +130,7 @@ void HistoryPanel::RunAgain() {
 
 void HistoryPanel::SaveAs() {
   WithChosen([this](const Session& session, const std::string& path) {
+    CheckAllAreFiles(session.map);
     const QString proposed = QStringLiteral("%1.json").arg(ToQt(KeptRunOf(path).className));
     const QString chosen =
         QFileDialog::getSaveFileName(this, QStringLiteral("Save as session"), proposed,
@@ -139,6 +141,7 @@ void HistoryPanel::SaveAs() {
 
 void HistoryPanel::CopyCommandLine() {
   WithChosen([](const Session& session, const std::string& path) {
+    CheckAllAreFiles(session.map);
     QApplication::clipboard()->setText(ToQt(CommandLineText(session, path)));
   });
 }

@@ -96,6 +96,7 @@ StandaloneTablePtr MakeTable(const LayerEntry& entry) {
 /// The name that a layer bears when nobody gives it one.
 std::string DefaultName(const ILayer& layer) {
   const std::string path = layer.SourcePath();
+  if (IsHostPath(path)) return {};
   if (dynamic_cast<const IRasterLayer*>(&layer) != nullptr) return NameOf(path);
   const auto* features = dynamic_cast<const IFeatureLayer*>(&layer);
   if (features != nullptr && features->Valid()) return features->FeatureClass().Name();
@@ -146,7 +147,27 @@ OpenedInput OpenInput(const std::string& path) {
   return input;
 }
 
+namespace {
+
+void CheckFiles(const std::vector<LayerEntry>& entries) {
+  for (const LayerEntry& entry : entries) {
+    if (IsHostPath(entry.path))
+      WrongCall("the layer " + Quoted(entry.path.substr(entry.path.find('/') + 1)) +
+                " is no file (" + entry.path +
+                "): save it to one, and do the run on that file again");
+    CheckFiles(entry.layers);
+  }
+}
+
+}  // namespace
+
+void CheckAllAreFiles(const MapContents& contents) {
+  CheckFiles(contents.layers);
+  CheckFiles(contents.tables);
+}
+
 void BuildMap(const MapContents& contents, Map& map) {
+  CheckAllAreFiles(contents);
   for (const LayerEntry& entry : contents.layers) map.Append(MakeLayer(entry));
   for (const LayerEntry& entry : contents.tables) map.AppendTable(MakeTable(entry));
   if (contents.spatialReference.empty()) return;
@@ -159,7 +180,7 @@ MapContents ContentsOf(const IMap& map) {
   for (const StandaloneTablePtr& table : map.StandaloneTables()) {
     LayerEntry entry;
     entry.path = table->SourcePath();
-    if (table->Name() != StemOf(entry.path)) entry.name = table->Name();
+    if (IsHostPath(entry.path) || table->Name() != StemOf(entry.path)) entry.name = table->Name();
     contents.tables.push_back(std::move(entry));
   }
   if (const int code = map.SpatialReference()->FactoryCode(); code != 0)

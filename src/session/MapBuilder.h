@@ -18,9 +18,12 @@ struct OpenedInput {
 /// Opens features, a raster or a table, in the order that the path suggests. `path` is absolute.
 OpenedInput OpenInput(const std::string& path);
 
+/// A wrong call when a layer of the map is no file, which only the program that has it can open.
+void CheckAllAreFiles(const MapContents& contents);
+
 /// Appends the contents below what the map holds. What does not open becomes an invalid layer or
-/// table, as in a map whose data has moved. A definition query or spatial reference that does not
-/// parse, and a selection on a raster, are wrong calls.
+/// table, as in a map whose data has moved; what is no file is a wrong call. A definition query or
+/// spatial reference that does not parse, and a selection on a raster, are wrong calls.
 void BuildMap(const MapContents& contents, Map& map);
 
 /// What `BuildMap` would make the map of as it is now: groups, names, filters, selections, tables,

@@ -5,12 +5,17 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
 #include "data/Table.h"
 
 namespace orlinths {
+
+/// True for a path that names no file: "host:memory/sketch", a layer that only the program has that
+/// the session was recorded in.
+inline bool IsHostPath(std::string_view path) { return path.starts_with("host:"); }
 
 /// A layer of the map, or a group with layers of its own.
 struct LayerEntry {

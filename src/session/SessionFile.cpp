@@ -120,6 +120,11 @@ std::string TakePath(Members& members, const char* name, const Paths& paths) {
 std::vector<LayerEntry> ReadLayers(const Json& entries, const std::string& place,
                                    const Paths& paths);
 
+std::string TakeLayerPath(Members& members, const Paths& paths) {
+  const std::string path = members.NeedText("path");
+  return IsHostPath(path) ? path : TakePath(members, "path", paths);
+}
+
 LayerEntry ReadLayer(const Json& json, const std::string& place, const Paths& paths) {
   if (json.is_object() && json.contains("group")) {
     Members members(json, place, "\"group\" and \"layers\"");
@@ -131,7 +136,7 @@ LayerEntry ReadLayer(const Json& json, const std::string& place, const Paths& pa
   }
   Members members(json, place, "\"path\", \"name\", \"where\" and \"selection\"");
   LayerEntry layer;
-  layer.path = TakePath(members, "path", paths);
+  layer.path = TakeLayerPath(members, paths);
   layer.name = members.Text("name");
   layer.where = members.Text("where");
   if (members.Has("selection")) layer.selection = members.Oids("selection");
@@ -156,7 +161,7 @@ MapContents ReadMap(const Json& json, const Paths& paths) {
   for (std::size_t i = 0; i < tables.size(); ++i) {
     Members table(tables[i], Ordinal("table", i), "\"path\" and \"name\"");
     LayerEntry entry;
-    entry.path = TakePath(table, "path", paths);
+    entry.path = TakeLayerPath(table, paths);
     entry.name = table.Text("name");
     table.NothingElse();
     map.tables.push_back(std::move(entry));
@@ -292,7 +297,7 @@ Json LayerJson(const LayerEntry& layer, const std::string& folder) {
     return json;
   }
   if (!layer.name.empty()) json["name"] = layer.name;
-  json["path"] = RelativePath(layer.path, folder);
+  json["path"] = IsHostPath(layer.path) ? layer.path : RelativePath(layer.path, folder);
   if (!layer.where.empty()) json["where"] = layer.where;
   if (layer.selection) json["selection"] = *layer.selection;
   return json;

@@ -189,6 +189,37 @@ TEST(HistoryPanel, ShowsRunsAndCopiesTheCommandLine) {
   EXPECT_THAT(again, ElementsAre(RunAt(kSecond)));
 }
 
+TEST(HistoryPanel, SaysWhichLayerIsNoFileAndCanRunAgainAllTheSame) {
+  RegisterTools();
+  const TempFolder folder;
+  HistoryPanel panel(HistoryFiles(folder.Path()), nullptr);
+  Session session = RunAt(kSecond);
+  LayerEntry sketch;
+  sketch.name = "sketch";
+  sketch.path = "host:memory/sketch";
+  session.map.layers = {sketch};
+  panel.Keep(session, RunOutcome::kSucceeded);
+  auto* list = panel.findChild<QTreeWidget*>();
+  list->setCurrentItem(list->topLevelItem(0));
+  QApplication::clipboard()->setText(QStringLiteral("as it was"));
+  for (const char* button : {"copy", "save"}) {
+    QString told;
+    QTimer::singleShot(0, &panel, [&] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      ASSERT_NE(box, nullptr);
+      told = box->text();
+      box->accept();
+    });
+    panel.findChild<QPushButton*>(QString::fromLatin1(button))->click();
+    EXPECT_THAT(FromQt(told), HasSubstr("the layer \"sketch\" is no file"));
+  }
+  EXPECT_EQ(QApplication::clipboard()->text(), QStringLiteral("as it was"));
+  std::vector<Session> again;
+  panel.onRunAgain = [&](const Session& run) { again.push_back(run); };
+  panel.findChild<QPushButton*>(QStringLiteral("again"))->click();
+  EXPECT_THAT(again, ElementsAre(session));
+}
+
 class frmTrial : public Dialog {
  public:
   frmTrial() : Dialog("frmTrial", "Trial") {

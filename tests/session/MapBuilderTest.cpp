@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "data/SpatialReference.h"
+#include "runtime/Trap.h"
 
 namespace orlinths {
 namespace {
@@ -39,6 +40,26 @@ TEST(ContentsOf, IsWhatTheMapWasBuiltFrom) {
     EXPECT_EQ(read.layers[i], contents.layers[i]) << i;
   }
   EXPECT_EQ(read.tables, contents.tables);
+}
+
+TEST(BuildMap, SaysWhichLayerIsNoFile) {
+  LayerEntry group, sketch;
+  sketch.path = "host:memory/my/sketch";
+  group.name = "Drawn";
+  group.layers = {sketch};
+  MapContents contents;
+  contents.layers = {group};
+  Map map;
+  const auto failure = FailureOf([&] { BuildMap(contents, map); });
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(
+      failure->Description(),
+      "the layer \"my/sketch\" is no file (host:memory/my/sketch): save it to one, and do the "
+      "run on that file again");
+  EXPECT_EQ(map.LayerCount(), 0);
+  contents = {};
+  contents.tables = {sketch};
+  EXPECT_TRUE(FailureOf([&] { CheckAllAreFiles(contents); }));
 }
 
 TEST(ContentsOf, LeavesOutAReferenceWithoutCode) {

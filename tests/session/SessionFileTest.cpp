@@ -56,6 +56,19 @@ constexpr const char* kEverything = R"({
   ]
 })";
 
+TEST(SessionFile, KeepsLayersThatAreNoFilesAsTheyAreCalled) {
+  const TempFolder folder;
+  Session session;
+  LayerEntry sketch;
+  sketch.name = "sketch";
+  sketch.path = "host:memory/sketch";
+  session.map.layers = {sketch};
+  session.map.tables = {sketch};
+  WriteSession(session, folder / "a.json");
+  WrittenPaths written;
+  EXPECT_EQ(ReadSession(folder / "a.json", written), session);
+}
+
 TEST(SessionFile, ReadsEverySortOfEntry) {
   const Session session = Parsed(kEverything);
   EXPECT_EQ(session.clock, 1772366400LL * 1'000'000'000);  // date -u -d 2026-03-01T12:00 +%s
