@@ -12,6 +12,9 @@
 
 #include "data/Workspace.h"
 #include "qgis/LockedClass.h"
+#include "qgis/ProviderRaster.h"
+#include "qgis/ProviderSource.h"
+#include "qgis/ProviderTable.h"
 #include "qgis/Text.h"
 #include "runtime/Files.h"
 #include "runtime/Trap.h"
@@ -25,26 +28,26 @@ const QString kOgr = QStringLiteral("ogr"), kGdal = QStringLiteral("gdal"),
 /// Whichever layer of the project it is that edits the file.
 bool IsOpenForEditing(const QgsVectorLayer& layer) {
   if (layer.isEditable()) return true;
+  const std::string file = FileBehind(layer);
+  if (file.empty()) return false;
   const auto others = QgsProject::instance()->mapLayers();
   return std::any_of(others.begin(), others.end(), [&](const QgsMapLayer* other) {
     const auto* vector = qobject_cast<const QgsVectorLayer*>(other);
-    return vector != nullptr && vector->isEditable() && FileBehind(*vector) == FileBehind(layer);
+    return vector != nullptr && vector->isEditable() && FileBehind(*vector) == file;
   });
 }
 
-/// Filter and selection; false when the filter cannot be said in the platform's words.
-bool TakeState(const QgsVectorLayer& from, IFeatureLayer& to, std::string& why) {
-  const std::string where = FromQt(from.subsetString());
-  const auto failure = FailureOf([&] { to.SetDefinitionQuery(where); });
-  if (failure) {
-    why = "its filter is not understood: " + failure->Description();
-    return false;
-  }
+/// Whether its data are a file that GDAL opens; all others come through QGIS's data provider.
+bool IsFile(const QgsVectorLayer& layer) {
+  const QString provider = layer.providerType();
+  return provider == kOgr || (provider == kText && layer.isValid() && !layer.isSpatial());
+}
+
+void TakeSelection(const QgsVectorLayer& from, IFeatureLayer& to) {
   std::vector<Oid> oids;
   for (const QgsFeatureId id : from.selectedFeatureIds()) oids.push_back(id);
   std::sort(oids.begin(), oids.end());
   to.SetSelectionSet(ISelectionSet(std::move(oids)));
-  return true;
 }
 
 /// Who names a dBASE table means the table, also beside a shapefile, whose shapes QGIS shows then.
@@ -61,28 +64,62 @@ BridgedLayer BridgeTable(const QgsVectorLayer& layer, const std::string& path) {
   return {standalone, {}};
 }
 
-BridgedLayer BridgeVector(const QgsVectorLayer& layer) {
-  const QString provider = layer.providerType();
-  const std::string path = FileBehind(layer);
-  const bool isTable = NamesTable(path) || (layer.isValid() && !layer.isSpatial());
-  if (path.empty() || (provider == kText && !isTable))
-    return {{}, "its data come through the provider " + FromQt(provider)};
-  if (isTable) return BridgeTable(layer, path);
-  const std::string name = FromQt(layer.name());
-  FeatureClassPtr featureClass;
-  if (layer.isValid()) Quietly([&] { featureClass = OpenFeatureClassByPath(path); });
-  if (!featureClass) return {LayerPtr(std::make_shared<IFeatureLayer>(name, path)), {}};
+/// A class with the layer's name, filter, selection and lock.
+BridgedLayer BridgeClass(const QgsVectorLayer& layer, FeatureClassPtr featureClass) {
   if (IsOpenForEditing(layer)) featureClass = Locked(std::move(featureClass));
   auto bridged = std::make_shared<IFeatureLayer>(std::move(featureClass));
-  bridged->SetName(name);
-  std::string why;
-  if (!TakeState(layer, *bridged, why)) return {{}, why};
+  bridged->SetName(FromQt(layer.name()));
+  const std::string filter = FromQt(layer.subsetString());
+  // A provider understands the filter that it has been given.
+  const auto failure = FailureOf([&] {
+    IsFile(layer) ? bridged->SetDefinitionQuery(filter) : bridged->SetSourceQuery(filter);
+  });
+  if (failure) return {{}, "its filter is not understood: " + failure->Description()};
+  TakeSelection(layer, *bridged);
   return {LayerPtr(std::move(bridged)), {}};
 }
 
-BridgedLayer BridgeRaster(const QgsRasterLayer& layer) {
-  if (layer.providerType() != kGdal)
-    return {{}, "its data come through the provider " + FromQt(layer.providerType())};
+BridgedLayer BridgeProvider(QgsVectorLayer& layer) {
+  const std::string name = FromQt(layer.name());
+  if (!layer.isValid())
+    return {LayerPtr(std::make_shared<IFeatureLayer>(name, ProviderPath(layer))), {}};
+  BridgedLayer bridged;
+  const auto failure = FailureOf([&] {
+    if (layer.isSpatial()) {
+      bridged = BridgeClass(layer, OpenProviderClass(layer));
+      return;
+    }
+    TablePtr table = OpenProviderTable(layer);
+    if (IsOpenForEditing(layer)) table = Locked(std::move(table));
+    auto standalone = std::make_shared<IStandaloneTable>(std::move(table));
+    standalone->SetName(name);
+    bridged.layer = std::move(standalone);
+  });
+  if (failure) return {{}, "it cannot be read: " + failure->Description()};
+  return bridged;
+}
+
+BridgedLayer BridgeVector(QgsVectorLayer& layer) {
+  if (!IsFile(layer)) return BridgeProvider(layer);
+  const std::string path = FileBehind(layer);
+  if (NamesTable(path) || (layer.isValid() && !layer.isSpatial())) return BridgeTable(layer, path);
+  FeatureClassPtr featureClass;
+  if (layer.isValid()) Quietly([&] { featureClass = OpenFeatureClassByPath(path); });
+  if (!featureClass)
+    return {LayerPtr(std::make_shared<IFeatureLayer>(FromQt(layer.name()), path)), {}};
+  return BridgeClass(layer, std::move(featureClass));
+}
+
+BridgedLayer BridgeProviderRaster(QgsRasterLayer& layer) {
+  const std::string name = FromQt(layer.name());
+  if (!layer.isValid())
+    return {LayerPtr(std::make_shared<IRasterLayer>(name, ProviderPath(layer))), {}};
+  if (std::string why = WhyNoCells(layer); !why.empty()) return {{}, std::move(why)};
+  return {LayerPtr(std::make_shared<IRasterLayer>(OpenProviderRaster(layer))), {}};
+}
+
+BridgedLayer BridgeRaster(QgsRasterLayer& layer) {
+  if (layer.providerType() != kGdal) return BridgeProviderRaster(layer);
   const std::string path = FileBehind(layer);
   const QString name = layer.name();
   // QGIS leaves the extension out of a name that it makes itself.
@@ -123,11 +160,9 @@ std::string FileBehind(const QgsMapLayer& layer) {
   return FromQt(path);
 }
 
-BridgedLayer Bridge(const QgsMapLayer& layer) {
-  if (const auto* vector = qobject_cast<const QgsVectorLayer*>(&layer))
-    return BridgeVector(*vector);
-  if (const auto* raster = qobject_cast<const QgsRasterLayer*>(&layer))
-    return BridgeRaster(*raster);
+BridgedLayer Bridge(QgsMapLayer& layer) {
+  if (auto* vector = qobject_cast<QgsVectorLayer*>(&layer)) return BridgeVector(*vector);
+  if (auto* raster = qobject_cast<QgsRasterLayer*>(&layer)) return BridgeRaster(*raster);
   return {{}, "it holds neither features nor a raster"};
 }
 

@@ -17,9 +17,10 @@ struct BridgedLayer {
   std::string whyLeftOut;
 };
 
-/// Name, validity, filter, selection and lock as QGIS has them; the data straight from the file.
-/// Layers whose data come from elsewhere are left out.
-BridgedLayer Bridge(const QgsMapLayer& layer);
+/// Name, validity, filter, selection and lock as QGIS has them; the data straight from the file, or
+/// through QGIS's data provider where there is no file that GDAL opens. Pictures that a server
+/// draws are left out.
+BridgedLayer Bridge(QgsMapLayer& layer);
 
 /// The file behind a layer as the platform names it; empty for a layer that has none.
 std::string FileBehind(const QgsMapLayer& layer);

@@ -36,11 +36,12 @@ void IFeatureLayer::SetSourceQuery(const std::string& sourceWhere) { SetQuery(so
 
 void IFeatureLayer::SetQuery(const std::string& query, bool inSourceWords) {
   if (!query.empty()) {
-    // Some formats parse an expression only when the first row is asked for.
     QueryFilter filter;
     (inSourceWords ? filter.sourceWhere : filter.where) = query;
     filter.withShape = false;
-    FeatureClass().Search(filter)->Next();
+    const CursorPtr rows = FeatureClass().Search(filter);
+    // Some formats parse an expression only when the first row is asked for.
+    if (!inSourceWords) rows->Next();
   }
   definitionQuery_ = query;
   inSourceWords_ = inSourceWords;

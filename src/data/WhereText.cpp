@@ -23,7 +23,8 @@ std::string RewriteWhere(std::string_view where,
     if (c == '\'' || c == '"') {
       // A doubled quote inside reads as an end and a new beginning, which comes to the same.
       const std::size_t end = std::min(where.find(c, i + 1), where.size() - 1);
-      out += where.substr(i, end + 1 - i);
+      const std::string_view quoted = where.substr(i, end + 1 - i);
+      out += c == '"' ? name(quoted) : std::string(quoted);
       i = end + 1;
     } else if (c == '#') {
       const std::size_t end = where.find('#', i + 1);

@@ -9,9 +9,9 @@
 
 namespace orlinths {
 
-/// `where` with every date (#2020-01-31#) as `date` says it and every bare name or keyword as
-/// `name` does. Quoted texts and names stay; so does what cannot be read, for the reader of the
-/// other language to complain about.
+/// `where` with every date (#2020-01-31#) as `date` says it and every name, bare or in double quotes
+/// with them, and every keyword as `name` does. Quoted texts stay; so does what cannot be read, for
+/// the reader of the other language to complain about.
 std::string RewriteWhere(std::string_view where,
                          const std::function<std::string(const Date&)>& date,
                          const std::function<std::string(std::string_view)>& name);

@@ -16,6 +16,7 @@
 #include "qgis/Text.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"
+#include "session/MapBuilder.h"
 #include "support/TempFolder.h"
 
 namespace orlinths {
@@ -59,7 +60,7 @@ class MapBridgeTest : public ::testing::Test {
   QgsProject& project = *QgsProject::instance();
   MapBridge map{project};
 
- private:
+ protected:
   template <class Layer>
   Layer* Add(Layer* layer, QgsLayerTreeGroup* group) {
     project.addMapLayer(layer, false);
@@ -156,19 +157,67 @@ TEST_F(MapBridgeTest, ATableWithoutShapesStandsAlone) {
   EXPECT_EQ(map.StandaloneTables()[0]->Table().RowCount(), 2);
 }
 
-TEST_F(MapBridgeTest, LayersFromElsewhereAreLeftOutAndTold) {
+TEST_F(MapBridgeTest, PicturesOfServersAreLeftOutAndTold) {
   QStringList told;
   map.onLeftOut = [&](const QStringList& layers) { told = layers; };
-  project.addMapLayer(new QgsVectorLayer(QStringLiteral("Point?crs=EPSG:2169"),
-                                         QStringLiteral("sketch"), QStringLiteral("memory")));
+  const QString tiles =
+      QStringLiteral("type=xyz&url=http://localhost:1/%7Bz%7D/%7Bx%7D/%7By%7D.png&zmax=3&zmin=0");
+  project.addMapLayer(new QgsRasterLayer(tiles, QStringLiteral("tiles"), QStringLiteral("wms")));
   AddVector("nests.shp", "nests");
   EXPECT_THAT(Names(), ElementsAre("nests"));
   ASSERT_EQ(told.size(), 1);
-  EXPECT_TRUE(told[0].startsWith(QStringLiteral("sketch: ")));
+  EXPECT_TRUE(told[0].startsWith(QStringLiteral("tiles: ")));
   told.clear();
   Click();
   Names();
   EXPECT_THAT(told, IsEmpty()) << "told once is enough";
+}
+
+TEST_F(MapBridgeTest, LayersThatAreNoFilesComeThroughTheirProvider) {
+  auto* sketch = Add(new QgsVectorLayer(QStringLiteral("Point?crs=EPSG:2169&field=K:integer"),
+                                        QStringLiteral("sketch"), QStringLiteral("memory")),
+                     nullptr);
+  Add(new QgsVectorLayer(QStringLiteral("NoGeometry?field=K:integer"), QStringLiteral("notes"),
+                         QStringLiteral("memory")),
+      nullptr);
+  QgsFeatureList rows;
+  for (int i = 0; i < 3; ++i) {
+    QgsFeature row(sketch->fields());
+    row.setAttribute(0, i);
+    row.setGeometry(QgsGeometry::fromPointXY({1.0 * i, 2}));
+    rows += row;
+  }
+  ASSERT_TRUE(sketch->dataProvider()->addFeatures(rows));
+  ASSERT_TRUE(sketch->setSubsetString(QStringLiteral("K > 0")));
+  sketch->selectByIds({2});
+  project.setFileName(ToQt(folder / "project.qgz"));
+  EXPECT_THAT(Names(), ElementsAre("sketch"));
+  EXPECT_EQ(Features(0).FeatureClass().PathName(), folder.Path());
+  EXPECT_EQ(Features(0).SourcePath(), "host:memory/sketch");
+  EXPECT_THAT(Features(0).SelectionSet().Oids(), ElementsAre(2));
+  EXPECT_EQ(Features(0).FeatureClass().FeatureCount(), 3);
+  EXPECT_EQ(Features(0).FeatureClass().FeatureCount(Features(0).Shown()), 2);
+  ASSERT_EQ(map.StandaloneTables().size(), 1U);
+  map.Select("sketch", {3});
+  EXPECT_EQ(sketch->selectedFeatureIds(), QgsFeatureIds({3}));
+
+  const MapContents contents = ContentsOf(map);
+  ASSERT_EQ(contents.layers.size(), 1U);
+  EXPECT_EQ(contents.layers[0].path, "host:memory/sketch");
+  EXPECT_EQ(contents.layers[0].name, "sketch");
+  EXPECT_EQ(contents.layers[0].where, "K > 0");
+  EXPECT_EQ(contents.tables[0].path, "host:memory/notes");
+  EXPECT_NE(ErrorOf([&] { CheckAllAreFiles(contents); }), 0);
+}
+
+TEST_F(MapBridgeTest, NothingOfALostConnectionIsTold) {
+  auto* lost = Add(new QgsVectorLayer(QStringLiteral("dbname='none' password='secret' table=\"a\""),
+                                      QStringLiteral("lost"), QStringLiteral("spatialite")),
+                   nullptr);
+  ASSERT_FALSE(lost->isValid());
+  EXPECT_THAT(Names(), ElementsAre("lost"));
+  EXPECT_FALSE(map.Layers()[0]->Valid());
+  EXPECT_EQ(ContentsOf(map).layers[0].path, "host:spatialite/lost");
 }
 
 TEST_F(MapBridgeTest, ASelectionMadeByAToolIsSeenInQgisAtOnce) {
