@@ -1,7 +1,6 @@
 // Every session, played in QGIS itself through the plugin's windows, ends as on the command line:
 // the same events, the same files.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "QgisProcess.h"
 #include "runtime/Files.h"
 #include "support/TempFolder.h"
 
@@ -19,13 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kSessions = ORLINTHS_SESSIONS;
-
-int Shell(const std::string& line) {
-  const int status = std::system(line.c_str());
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-std::string Quoted(const std::string& text) { return "'" + text + "'"; }
 
 /// The sessions in a copy of their folder.
 class Copy {
@@ -66,39 +59,25 @@ std::string WithoutProgress(const std::string& events) {
   return kept;
 }
 
-/// QGIS with the plugin switched on in a profile, on a screen that nobody sees.
-int PlayInQgis(const std::vector<std::string>& sessions, const std::string& eventsFolder,
-               const TempFolder& profile, std::string& said) {
-  const std::string settings = profile / "profiles/default/QGIS";
-  fs::create_directories(settings);
-  WriteBytes(settings + "/QGIS3.ini",
-             "[Plugins]\nliborlinthstoolsplugin=true\n\n[plugins]\nsearchPathsForPlugins=" +
-                 std::string(ORLINTHS_PLUGINS) +
-                 "\n\n[PythonPlugins]\nMetaSearch=false\ndb_manager=false\nprocessing=false\n"
-                 "grassprovider=false\nsagaprovider=false\n\n[qgis]\ncheckVersion=false\n"
-                 "showTips=false\n\n[app]\nprojections\\promptWhenMultipleTransformsExist=false\n");
+/// Plays sessions in QGIS as it starts.
+QgisRun PlayInQgis(const std::vector<std::string>& sessions, const std::string& eventsFolder,
+                   const TempFolder& profile) {
+  MakeProfile(profile.Path());
   std::string list;
   for (const std::string& session : sessions) list += (list.empty() ? "" : ":") + session;
   std::string pictures;
   if (const char* folder = std::getenv("ORLINTHS_PICTURES"))
-    pictures = "ORLINTHS_PICTURES=" + Quoted(folder) + ' ';
-  const std::string log = profile / "log.txt";
-  const int status =
-      Shell("ORLINTHS_SESSION=" + Quoted(list) + " ORLINTHS_EVENTS=" + Quoted(eventsFolder) + ' ' +
-            pictures +
-            "QT_QPA_PLATFORM=xcb timeout 600 xvfb-run -a -s '-screen 0 "
-            "1600x1200x24' qgis --profiles-path " +
-            Quoted(profile.Path()) + " --nologo --noversioncheck >" + Quoted(log) + " 2>&1");
-  said = ReadBytes(log);
-  return status;
+    pictures = " ORLINTHS_PICTURES=" + ForShell(folder);
+  return RunQgis(profile.Path(), "ORLINTHS_SESSION=" + ForShell(list) +
+                                     " ORLINTHS_EVENTS=" + ForShell(eventsFolder) + pictures);
 }
 
 /// Plays a session file by the command line; gives the events.
 std::string Play(const std::string& folder, const std::string& session) {
   const TempFolder apart;
   const std::string output = apart / "output.txt";
-  EXPECT_EQ(Shell("cd " + Quoted(folder) + " && " + Quoted(ORLINTHS_PROGRAM) + " play " +
-                  Quoted(session) + " --json >" + Quoted(output)),
+  EXPECT_EQ(Shell("cd " + ForShell(folder) + " && " + ForShell(ORLINTHS_PROGRAM) + " play " +
+                  ForShell(session) + " --json >" + ForShell(output)),
             0)
       << ReadBytes(output);
   return WithoutProgress(ReadBytes(output));
@@ -133,8 +112,8 @@ TEST(SessionsInQgis, EndAsOnTheCommandLineAndSoDoTheRunsInTheHistory) {
     sessions.push_back(JoinPath(byQgis.Path(), name));
   }
   ASSERT_FALSE(names.empty());
-  std::string said;
-  EXPECT_EQ(PlayInQgis(sessions, events.Path(), profile, said), 0) << said;
+  const QgisRun run = PlayInQgis(sessions, events.Path(), profile);
+  EXPECT_EQ(run.status, 0) << run.said;
   for (const std::string& name : names) {
     SCOPED_TRACE(name);
     EXPECT_EQ(WithoutProgress(ReadBytes(events / (name + ".events"))),

@@ -1,0 +1,84 @@
+// The plugin's life in QGIS itself: switched off and on in the Plugin Manager, with projects that
+// come and go, until QGIS is left.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "QgisProcess.h"
+#include "runtime/Files.h"
+#include "session/SessionFile.h"
+#include "support/TempFolder.h"
+
+namespace orlinths {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+class LifeInQgis : public ::testing::Test {
+ protected:
+  LifeInQgis() {
+    fs::copy(std::string(ORLINTHS_SESSIONS) + "/data", folder / "data",
+             fs::copy_options::recursive);
+    MakeProfile(folder / "profile");
+  }
+  /// Each of `tried` is a routine of life.py, which ends with a traceback where something is not as
+  /// it should be.
+  void Live(const std::string& tried, int copies = 1) {
+    const QgisRun run =
+        RunQgis(folder / "profile",
+                "ORLINTHS_DATA=" + ForShell(folder / "data") + " ORLINTHS_LIFE=" + ForShell(tried),
+                "--code " + ForShell(ORLINTHS_LIFE_SCRIPT), copies);
+    EXPECT_EQ(run.status, 0) << run.said;
+    EXPECT_THAT(run.said, HasSubstr("life: done")) << run.said;
+    EXPECT_EQ(run.said.find("Traceback"), std::string::npos) << run.said;
+  }
+  std::vector<std::string> History() const {
+    const std::string history = folder / "profile/profiles/default/orlinths/history";
+    std::vector<std::string> paths;
+    if (!files::FolderExists(history)) return paths;
+    for (const std::string& name : files::NamesIn(history))
+      paths.push_back(JoinPath(history, name));
+    return paths;
+  }
+
+  TempFolder folder;
+};
+
+TEST_F(LifeInQgis, SwitchedOffItLeavesNothingAndSwitchedOnItIsAsBefore) {
+  Live(
+      "a_run,switched_off_and_on,shortcuts_stay,digitiser_in_hand,history_shown,projects_come_and_"
+      "go,"
+      "a_layer_goes_under_a_dialog,left_with_the_digitiser_in_hand");
+  EXPECT_FALSE(History().empty());
+}
+
+TEST_F(LifeInQgis, QgisCanBeLeftWithADialogOpen) { Live("left_with_a_dialog_open"); }
+
+TEST_F(LifeInQgis, QgisCanBeLeftWhileARunIsAtWork) {
+  Live("left_at_work");
+  EXPECT_EQ(History().size(), 1U);
+}
+
+TEST_F(LifeInQgis, QgisCanBeLeftWithThePluginSwitchedOff) { Live("a_run,left_switched_off"); }
+
+TEST_F(LifeInQgis, TwoWindowsShareAHistory) {
+  Live("a_run_of_its_own", 2);
+  const auto runs = History();
+  EXPECT_EQ(runs.size(), 2U);
+  for (const std::string& run : runs) {
+    WrittenPaths written;
+    EXPECT_FALSE(ReadSession(run, written).steps.empty()) << run;
+  }
+}
+
+TEST_F(LifeInQgis, AProfileThatKeepsNoHistoryDisturbsNoRun) {
+  fs::create_directories(folder / "profile/profiles/default/orlinths");
+  WriteBytes(folder / "profile/profiles/default/orlinths/history", "taken");
+  Live("a_run,switched_off_and_on");
+}
+
+}  // namespace
+}  // namespace orlinths

@@ -1,0 +1,54 @@
+#include "QgisProcess.h"
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "runtime/Files.h"
+#include "runtime/Value.h"
+#include "support/TempFolder.h"
+
+namespace orlinths {
+
+int Shell(const std::string& line) {
+  const int status = std::system(line.c_str());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string ForShell(const std::string& text) { return "'" + text + "'"; }
+
+void MakeProfile(const std::string& folder) {
+  const std::string settings = folder + "/profiles/default/QGIS";
+  std::filesystem::create_directories(settings);
+  WriteBytes(settings + "/QGIS3.ini",
+             "[Plugins]\nliborlinthstoolsplugin=true\n\n[plugins]\nsearchPathsForPlugins=" +
+                 std::string(ORLINTHS_PLUGINS) +
+                 "\n\n[PythonPlugins]\nMetaSearch=false\ndb_manager=false\nprocessing=false\n"
+                 "grassprovider=false\nsagaprovider=false\n\n[qgis]\ncheckVersion=false\n"
+                 "showTips=false\n\n[app]\nprojections\\promptWhenMultipleTransformsExist=false\n");
+}
+
+QgisRun RunQgis(const std::string& profile, const std::string& environment,
+                const std::string& arguments, int copies) {
+  const TempFolder apart;
+  const std::string log = apart / "log.txt", script = apart / "run.sh";
+  const std::string qgis =
+      "qgis --profiles-path " + ForShell(profile) + " --nologo --noversioncheck " + arguments;
+  std::string lines = "pids=\n";
+  for (int i = 0; i < copies; ++i)
+    lines += "COPY=" + ToText(i) + ' ' + qgis + " & pids=\"$pids $!\"\n";
+  // QGIS brings Python of its own: no other may come first in the path.
+  WriteBytes(script,
+             "PATH=$(getconf PATH)\n" + lines +
+                 "status=0\nfor pid in $pids; do wait $pid || status=$?; done\nexit $status\n");
+  QgisRun run;
+  run.status =
+      Shell(environment +
+            " QT_QPA_PLATFORM=xcb timeout -k 10 600 xvfb-run -a -s '-screen 0 1600x1200x24' sh " +
+            ForShell(script) + " >" + ForShell(log) + " 2>&1");
+  run.said = ReadBytes(log);
+  return run;
+}
+
+}  // namespace orlinths

@@ -1,0 +1,298 @@
+"""Runs inside QGIS: the plugin is switched off and on, projects come and go, QGIS is left. ORLINTHS_LIFE names what is tried.
+
+Every line that is printed with "life: " is read by the test that starts QGIS; "life: done" is the last."""
+
+import os
+import shutil
+import traceback
+
+from qgis.core import QgsProject, QgsVectorLayer
+from qgis.gui import QgsGui
+from qgis.PyQt.QtCore import QCoreApplication, QEvent, QPoint, Qt, QTimer
+from qgis.PyQt.QtGui import QKeySequence, QMouseEvent
+from qgis.PyQt.QtWidgets import QAbstractButton, QAction, QApplication, QComboBox, QDockWidget, QLineEdit, QListView, QMenu
+from qgis.PyQt.QtWidgets import QMessageBox, QToolBar
+from qgis.utils import iface
+
+PREFIX = "OrlinthsTools3."
+DATA = os.environ["ORLINTHS_DATA"]
+window, canvas, project = iface.mainWindow(), iface.mapCanvas(), QgsProject.instance()
+
+
+def say(what):
+    print("life:", what, flush=True)
+
+
+def need(truth, what):
+    if not truth:
+        raise AssertionError(what)
+
+
+def settle():
+    QCoreApplication.sendPostedEvents(None, QEvent.DeferredDelete)
+    for _ in range(5):
+        QCoreApplication.processEvents()
+
+
+def actions():
+    return {a.objectName()[len(PREFIX) :]: a for a in window.findChildren(QAction) if is_ours(a.objectName())}
+
+
+def is_ours(name):
+    return name.startswith(PREFIX + "cls") and not name.endswith("MenuAction")
+
+
+def traces():
+    """What of the plugin can be seen in QGIS."""
+    found = ["action " + name for name in actions()]
+    found += ["menu " + m.objectName() for m in window.findChildren(QMenu) if m.objectName().startswith(PREFIX)]
+    found += ["toolbar " + t.objectName() for t in window.findChildren(QToolBar) if "rlinth" in t.windowTitle()]
+    found += ["dock " + d.objectName() for d in window.findChildren(QDockWidget) if "rlinth" in d.objectName()]
+    found += ["dialog " + d.objectName() for d in QApplication.topLevelWidgets() if d.objectName().startswith("frm")]
+    found += ["shortcut " + a.objectName() for a in QgsGui.shortcutsManager().listActions() if is_ours(a.objectName())]
+    locators = [c for c in window.findChildren(QAction) if "Orlinth" in c.text() and "orl" in c.text().split("(")[-1]]
+    found += ["locator " + c.text() for c in locators]
+    return found
+
+
+def switch(on):
+    """In the Plugin Manager, as a user does."""
+
+    def use():
+        manager = QApplication.activeModalWidget()
+        plugins = manager.findChild(QListView, "vwPlugins").model()
+        rows = [plugins.index(row, 0) for row in range(plugins.rowCount())]
+        for row in [row for row in rows if "Orlinth" in str(row.data())]:
+            plugins.setData(row, Qt.Checked if on else Qt.Unchecked, Qt.CheckStateRole)
+        manager.close()
+
+    QTimer.singleShot(0, use)
+    iface.pluginManagerInterface().showPluginManager(0)
+    settle()
+    if on:
+        need(len(actions()) == 56, f"{len(actions())} commands after switching on")
+    else:
+        need(not traces(), f"left over: {traces()}")
+
+
+def agree(box):
+    (box.button(QMessageBox.Yes) or box.button(QMessageBox.Ok)).click()
+
+
+def with_dialog(class_name, use, on_message=agree):
+    """Clicks a command and uses its dialog; messages are read and answered. Gives the dialogs that came."""
+    seen, failures = [], []
+
+    def look():
+        widget = QApplication.activeModalWidget()
+        if isinstance(widget, QMessageBox):
+            say("message " + widget.text().replace("\n", " "))
+            on_message(widget)
+        elif widget is not None and not seen:
+            seen.append(widget.objectName())
+            try:
+                use(widget)
+            except Exception:
+                failures.append(traceback.format_exc())
+            QTimer.singleShot(0, widget.close)
+
+    def again():
+        """Also while `use` is at work: a timer of its own for every look."""
+        if not watching:
+            return
+        QTimer.singleShot(5, again)
+        look()
+
+    watching = [True]
+    again()
+    actions()[class_name].trigger()
+    watching.clear()
+    need(not failures, "".join(failures))
+    settle()
+    return seen
+
+
+def layers_offered():
+    offered = []
+
+    def look(dialog):
+        box = dialog.findChild(QComboBox, "cmbL")
+        offered.extend(box.itemText(i) for i in range(box.count()))
+
+    with_dialog("clsXYAdd", look)
+    return offered
+
+
+def add(file, name):
+    layer = QgsVectorLayer(os.path.join(DATA, file), name, "ogr")
+    project.addMapLayer(layer)
+    return layer
+
+
+def mouse_on_map():
+    def close():
+        """What a click opens."""
+        dialog = QApplication.activeModalWidget()
+        if dialog is not None:
+            say("a click opens " + dialog.objectName())
+            dialog.close()
+
+    mouse_on_map.timer = QTimer()
+    mouse_on_map.timer.timeout.connect(close)
+    mouse_on_map.timer.start(5)
+    for kind in (QEvent.MouseButtonPress, QEvent.MouseMove, QEvent.MouseButtonRelease):
+        event = QMouseEvent(kind, QPoint(60, 60), Qt.LeftButton, Qt.LeftButton, Qt.NoModifier)
+        QApplication.sendEvent(canvas.viewport(), event)
+    settle()
+    mouse_on_map.timer.stop()
+
+
+# ---- What is tried
+
+
+def switched_off_and_on():
+    add("nests.shp", "nests")
+    need(layers_offered() == ["nests"], "layers before")
+    before = sorted(traces())
+    for _ in range(3):
+        switch(False)
+        mouse_on_map()
+        switch(True)
+        need(sorted(traces()) == before, f"not the same as before: {set(traces()) ^ set(before)}")
+        need(layers_offered() == ["nests"], "layers after")
+
+
+def shortcuts_stay():
+    key = QKeySequence("Ctrl+Alt+Shift+F9")
+    manager = QgsGui.shortcutsManager()
+    ours = [a for a in manager.listActions() if is_ours(a.objectName())]
+    need(len(ours) == 56, f"{len(ours)} commands can have shortcuts")
+    need(manager.setKeySequence(actions()["clsXYAdd"], key.toString()), "no shortcut")
+    switch(False)
+    switch(True)
+    need(actions()["clsXYAdd"].shortcut() == key, "the shortcut is lost")
+
+
+def digitiser_in_hand():
+    actions()["clsDigitise"].trigger()
+    need(canvas.mapTool() is not None, "no tool in hand")
+    mouse_on_map()
+    switch(False)
+    need(canvas.mapTool() is not None, "nothing in hand after switching off")
+    mouse_on_map()
+    switch(True)
+    actions()["clsDigitise"].trigger()
+    need(actions()["clsDigitise"].isChecked(), "the button does not show what is in hand")
+    mouse_on_map()
+
+
+def history_shown():
+    window.findChild(QDockWidget, "OrlinthsHistory").show()
+    settle()
+    switch(False)
+    switch(True)
+    need(len([d for d in window.findChildren(QDockWidget) if d.objectName() == "OrlinthsHistory"]) == 1, "docks")
+
+
+def projects_come_and_go():
+    add("nests.shp", "nests")
+    need(layers_offered() == ["nests"], "the first project")
+    iface.newProject(False)
+    need(layers_offered() == [], "an empty project")
+    switch(False)
+    iface.newProject(False)
+    add("collars.shp", "collars")
+    switch(True)
+    need(layers_offered() == ["collars"], "a project made meanwhile")
+    path = os.path.join(DATA, "kept.qgs")
+    project.write(path)
+    iface.newProject(False)
+    iface.addProject(path)
+    need(layers_offered() == ["collars"], "a project from a file")
+
+
+def a_layer_goes_under_a_dialog():
+    layer = add("nests.shp", "nests")
+
+    def use(dialog):
+        choose(dialog, "cmbL", "nests")
+        project.removeMapLayer(layer.id())
+        settle()
+        add_xy(dialog)
+
+    with_dialog("clsXYAdd", use)
+    need(layers_offered() == [], "gone")
+
+
+def left_with_a_dialog_open():
+    add("nests.shp", "nests")
+    QTimer.singleShot(200, leave)
+    actions()["clsXYAdd"].trigger()  # until QGIS is left
+    need(not [d for d in QApplication.topLevelWidgets() if d.objectName() == "frmAddXY" and d.isVisible()], "open")
+
+
+def choose(dialog, name, item):
+    box = dialog.findChild(QComboBox, name)
+    box.setCurrentIndex(box.findText(item))
+    box.activated.emit(box.currentIndex())
+
+
+def add_xy(dialog):
+    choose(dialog, "cmbL", "nests")
+    for name, text in (("txtXFldName", "AT_X"), ("txtYFldName", "AT_Y")):
+        dialog.findChild(QLineEdit, name).selectAll()
+        dialog.findChild(QLineEdit, name).insert(text)
+    dialog.findChild(QAbstractButton, "btnOK").click()
+
+
+def a_run():
+    layer = add("nests.shp", "nests")
+    with_dialog("clsXYAdd", add_xy)
+    need(layer.fields().lookupField("AT_X") >= 0, "the new field is not seen")
+
+
+def a_run_of_its_own():
+    """On data of its own: another QGIS does the same."""
+    global DATA
+    shutil.copytree(DATA, DATA + os.environ["COPY"])
+    DATA += os.environ["COPY"]
+    a_run()
+
+
+def left_at_work():
+    """QGIS is closed while a run waits in a message."""
+    add("nests.shp", "nests")
+    with_dialog("clsXYAdd", add_xy, lambda box: leave())
+
+
+def left_with_the_digitiser_in_hand():
+    actions()["clsDigitise"].trigger()
+
+
+def left_switched_off():
+    switch(False)
+
+
+def leave():
+    project.setDirty(False)
+    if hasattr(leave, "timer"):
+        return
+    leave.timer = QTimer()
+    leave.timer.timeout.connect(lambda: QCoreApplication.exit(0))
+    leave.timer.start(50)
+
+
+def main():
+    try:
+        for name in os.environ["ORLINTHS_LIFE"].split(","):
+            iface.newProject(False)
+            globals()[name]()
+            say(name)
+        say("done")
+    except BaseException:
+        say(traceback.format_exc())
+    finally:
+        leave()
+
+
+QTimer.singleShot(0, main)
