@@ -10,7 +10,10 @@
 #include <vector>
 
 #include "QgisProcess.h"
+#include "component/Component.h"
 #include "runtime/Files.h"
+#include "session/CommandLineText.h"
+#include "session/SessionFile.h"
 #include "support/TempFolder.h"
 
 namespace orlinths {
@@ -18,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kSessions = ORLINTHS_SESSIONS;
+const std::string kSessions = ORLINTHS_SESSIONS, kProgram = "orlinths";
 
 /// The sessions in a copy of their folder.
 class Copy {
@@ -131,18 +134,34 @@ TEST(SessionsInQgis, EndAsOnTheCommandLineAndSoDoTheRunsInTheHistory) {
     runsOf[OnlyClick(JoinPath(history, name))].push_back(JoinPath(history, name));
     EXPECT_NE(name.find(" succeeded"), name.npos) << name;
   }
-  int replayed = 0;
-  for (const auto& [className, runs] : runsOf) {
-    if (runs.size() != 1 || sessionsOf[className].size() != 1) continue;
-    SCOPED_TRACE(runs.front());
-    const Copy again;
+  RegisterTools();
+  std::vector<std::string> clicked, replayed;
+  for (const auto& [className, ofClass] : sessionsOf) {
+    if (className.empty() || ofClass.size() != 1) continue;
+    clicked.push_back(className);
+    SCOPED_TRACE(className);
+    const auto& runs = runsOf[className];
+    ASSERT_EQ(runs.size(), 1U);
+    const Copy expected;
+    Play(expected.Path(), ofClass.front() + ".json");
     byQgis.Restore();
-    Play(again.Path(), sessionsOf[className].front() + ".json");
     Play(byQgis.Path(), runs.front());
-    ExpectSameFiles(byQgis, again);
-    ++replayed;
+    ExpectSameFiles(byQgis, expected);
+
+    // And as the line that "Copy command line" gives, in a shell.
+    byQgis.Restore();
+    WrittenPaths written;
+    const std::string line = CommandLineText(ReadSession(runs.front(), written), runs.front());
+    ASSERT_EQ(line.compare(0, kProgram.size(), kProgram), 0) << line;
+    EXPECT_EQ(Shell("cd " + ForShell(byQgis.Path()) + " && " + ForShell(ORLINTHS_PROGRAM) +
+                    line.substr(kProgram.size()) + " >/dev/null 2>&1"),
+              0)
+        << line;
+    ExpectSameFiles(byQgis, expected);
+    replayed.push_back(className);
   }
-  EXPECT_GT(replayed, 4);
+  EXPECT_EQ(replayed, clicked);
+  EXPECT_GT(clicked.size(), 10U);
 }
 
 }  // namespace
