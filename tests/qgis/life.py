@@ -7,7 +7,7 @@ import shutil
 import traceback
 
 from qgis.core import QgsProject, QgsVectorLayer
-from qgis.gui import QgsGui
+from qgis.gui import QgsGui, QgsLocatorWidget
 from qgis.PyQt.QtCore import QCoreApplication, QEvent, QPoint, Qt, QTimer
 from qgis.PyQt.QtGui import QKeySequence, QMouseEvent
 from qgis.PyQt.QtWidgets import QAbstractButton, QAction, QApplication, QComboBox, QDockWidget, QLineEdit, QListView, QMenu
@@ -50,8 +50,7 @@ def traces():
     found += ["dock " + d.objectName() for d in window.findChildren(QDockWidget) if "rlinth" in d.objectName()]
     found += ["dialog " + d.objectName() for d in QApplication.topLevelWidgets() if d.objectName().startswith("frm")]
     found += ["shortcut " + a.objectName() for a in QgsGui.shortcutsManager().listActions() if is_ours(a.objectName())]
-    locators = [c for c in window.findChildren(QAction) if "Orlinth" in c.text() and "orl" in c.text().split("(")[-1]]
-    found += ["locator " + c.text() for c in locators]
+    found += ["locator " + f.name() for f in window.findChild(QgsLocatorWidget).locator().filters() if "orlinth" in f.name()]
     return found
 
 
@@ -71,6 +70,7 @@ def switch(on):
     settle()
     if on:
         need(len(actions()) == 56, f"{len(actions())} commands after switching on")
+        need("locator orlinthstools" in traces(), f"not in the locator: {traces()}")
     else:
         need(not traces(), f"left over: {traces()}")
 
