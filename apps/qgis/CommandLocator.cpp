@@ -10,7 +10,9 @@
 
 namespace orlinths {
 
-CommandLocator::CommandLocator(Clicked clicked) : clicked_(std::move(clicked)) {}
+CommandLocator::CommandLocator(Clicked clicked) : clicked_(std::move(clicked)) {
+  setObjectName(QStringLiteral("OrlinthsLocator"));
+}
 
 QgsLocatorFilter* CommandLocator::clone() const { return new CommandLocator(clicked_); }
 

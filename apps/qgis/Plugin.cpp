@@ -157,6 +157,8 @@ void Plugin::PlaySessionIfAsked() {
       hand.onClick = [this](const CommandInfo& command) { toolbar_->ActionOf(command)->trigger(); };
       hand.map = qgis_.mapCanvas()->viewport();
       const int status = PlayInQgis(order, *application_, hand);
+      // As when QGIS is left by its menu; with layers it may look for them in what it has given up.
+      QgsProject::instance()->clear();
       QgsProject::instance()->setDirty(false);
       QCoreApplication::exit(status);
     });

@@ -35,9 +35,14 @@ QgisRun RunQgis(const std::string& profile, const std::string& environment,
   const std::string log = apart / "log.txt", script = apart / "run.sh";
   const std::string qgis =
       "qgis --profiles-path " + ForShell(profile) + " --nologo --noversioncheck " + arguments;
+  // QGIS writes its settings as it starts: another one waits until that is done.
   std::string lines = "pids=\n";
-  for (int i = 0; i < copies; ++i)
+  for (int i = 0; i < copies; ++i) {
+    if (i > 0)
+      lines += "while kill -0 $! && [ ! -e \"$ORLINTHS_DATA.started" + ToText(i - 1) +
+               "\" ]; do sleep 0.05; done\n";
     lines += "COPY=" + ToText(i) + ' ' + qgis + " & pids=\"$pids $!\"\n";
+  }
   // QGIS brings Python of its own: no other may come first in the path.
   WriteBytes(script,
              "PATH=$(getconf PATH)\n" + lines +
