@@ -55,6 +55,15 @@ void TakeBackHalfDone(const std::string& path) {
   Open(path, "", GDAL_OF_UPDATE);
 }
 
+/// For a walk that looks at nothing but the ids.
+void IgnoreAll(OGRLayer& layer) {
+  CPLStringList ignored;
+  ignored.AddString("OGR_GEOMETRY");
+  for (int i = 0; i < layer.GetLayerDefn()->GetFieldCount(); ++i)
+    ignored.AddString(layer.GetLayerDefn()->GetFieldDefn(i)->GetNameRef());
+  layer.SetIgnoredFields(const_cast<const char**>(ignored.List()));
+}
+
 SpatialReferencePtr ReferenceOf(OGRLayer& layer) {
   const OGRSpatialReference* reference = layer.GetSpatialRef();
   // GeoPackage names what is not known.
@@ -233,13 +242,14 @@ class OgrSource final : public VectorSource {
   bool ReadsRanges() const override { return statements_ != nullptr; }
   bool WalksInOrder() override {
     // Sources that number their rows themselves do so in order; in others an id may stand anywhere.
-    static constexpr std::array<std::string_view, 2> kOrdered{"GPKG", "CSV"};
+    static constexpr std::array<std::string_view, 3> kOrdered{"GPKG", "CSV", "FlatGeobuf"};
     if (std::ranges::find(kOrdered, facts_.driver) != kOrdered.end()) return true;
     if (!ordered_) {
       const QuietGdal quiet;
       ReaderPtr reader = Lease();
       OGRLayer& layer = *reader->layer;
       layer.SetAttributeFilter(nullptr);
+      IgnoreAll(layer);
       layer.ResetReading();
       bool ascending = true;
       Oid last = -1;
@@ -247,6 +257,7 @@ class OgrSource final : public VectorSource {
         ascending = ascending && feature->GetFID() > last;
         last = feature->GetFID();
       }
+      layer.SetIgnoredFields(nullptr);
       GiveBack(std::move(reader));
       quiet.RaiseIfFailed();
       ordered_ = ascending;

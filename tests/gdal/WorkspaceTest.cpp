@@ -302,6 +302,36 @@ TEST_F(GeoPackageEdits, DeleteRemovesTheFileOrTheLayer) {
   EXPECT_FALSE(files::FileExists(folder / "p.gpkg"));
 }
 
+TEST_F(WorkspaceTest, RowsOfAFlatGeobufComeInOrderOfTheirIds) {
+  // Its spatial index puts the rows into an order of its own, and their ids go by that.
+  std::vector<OgrRow> rows;
+  for (int i = 0; i < 500; ++i)
+    rows.push_back(
+        {"POINT(" + std::to_string(i * 7919 % 500) + " " + std::to_string(i * 104729 % 500) + ")",
+         {std::to_string(i)}});
+  WriteOgr("FlatGeobuf", folder / "f.fgb", wkbPoint, {{"V", OFTInteger}}, rows);
+  const FeatureClassPtr points = OpenFeatureClassByPath(folder / "f.fgb");
+  const Strings values = OgrColumnTexts(folder / "f.fgb", "V");
+  const CursorPtr all = points->Search();
+  for (Oid oid = 0; oid < 500; ++oid) {
+    const IRow* row = all->Next();
+    ASSERT_NE(row, nullptr);
+    ASSERT_EQ(row->OID(), oid);
+    ASSERT_EQ(ToText(row->GetDouble(2)), values[static_cast<std::size_t>(oid)]);
+  }
+  EXPECT_EQ(all->Next(), nullptr);
+  QueryFilter filter;
+  filter.where = "V > 250";
+  const CursorPtr some = points->Search(filter);
+  Oid last = -1;
+  int count = 0;
+  for (; const IRow* row = some->Next(); ++count) {
+    ASSERT_GT(row->OID(), last);
+    last = row->OID();
+  }
+  EXPECT_EQ(count, 249);
+}
+
 TEST_F(WorkspaceTest, RowsOfAnyFormatComeInOrderOfTheirIds) {
   WriteBytes(folder / "j.geojson",
              R"({"type":"FeatureCollection","features":[
