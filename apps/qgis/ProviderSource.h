@@ -66,6 +66,10 @@ class ProviderSource : public std::enable_shared_from_this<ProviderSource> {
 
   void AddField(const Field& field);
   void DeleteField(int field);
+  /// The tools delete and rename what they make; a layer of the user's is another matter.
+  [[noreturn]] void Delete() const;
+  bool CanRename() const { return false; }
+  [[noreturn]] void Rename(const std::string& name) const;
   /// Writes what is pending, and raises what failed when an earlier writing could not say so.
   void Write();
   /// The same, and QGIS shows it.

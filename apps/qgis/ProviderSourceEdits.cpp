@@ -203,6 +203,14 @@ void ProviderSource::DeleteField(int field) {
                [&](auto& provider) { return provider.deleteAttributes({field - FirstColumn()}); });
 }
 
+void ProviderSource::Delete() const {
+  throw RuntimeError::Platform("The layer " + Name() + " is no file and cannot be deleted.");
+}
+
+void ProviderSource::Rename(const std::string&) const {
+  throw RuntimeError::Platform("The layer " + Name() + " is no file and cannot be renamed.");
+}
+
 /// Through the layer's own provider, which has to know its columns; at once, since in a transaction
 /// nobody could read the table, and QGIS reads it whenever it repaints.
 void ProviderSource::ChangeSchema(const std::string& failure,

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "data/RowBuffer.h"
+#include "data/TableOver.h"
 #include "gdal/VectorSource.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
@@ -10,68 +10,8 @@
 namespace orlinths {
 namespace {
 
-/// A table or feature class: hands everything to the source that it shares with others of its
-/// dataset.
-template <class Interface>
-class TableOver : public Interface {
- public:
-  explicit TableOver(SourcePtr source) : source_(std::move(source)) {}
-
-  std::string Name() const override { return source_->Name(); }
-  std::string PathName() const override { return source_->Folder(); }
-  std::string Path() const override { return source_->Path(); }
-  bool Exists() const override { return source_->Exists(); }
-  const orlinths::Fields& Fields() const override { return There().Fields(); }
-  void AddField(const Field& field) override { There().AddField(field); }
-  void DeleteField(int field) override { There().DeleteField(field); }
-  std::int64_t RowCount(const QueryFilter& filter) const override { return There().Count(filter); }
-  CursorPtr Search(const QueryFilter& filter) const override { return There().Search(filter); }
-  CursorPtr SearchOids(const std::vector<Oid>& oids, const QueryFilter& what) const override {
-    return There().SearchOids(oids, what);
-  }
-  CursorPtr Update(const QueryFilter& filter) override { return There().Update(filter); }
-  CursorPtr Insert() override { return There().Insert(); }
-  std::unique_ptr<IRow> CreateRowBuffer() override {
-    There();
-    return std::make_unique<RowBuffer>(
-        [source = source_]() -> const orlinths::Fields& { return source->Fields(); },
-        source_->HasShape());
-  }
-  ISelectionSet Select(const QueryFilter& filter) const override {
-    return ISelectionSet(There().Select(filter));
-  }
-  bool HasRow(Oid oid) const override { return There().HasRow(oid); }
-  std::uint64_t ChangeCount() const override { return source_->ChangeCount(); }
-  void Delete() override { There().Delete(); }
-  bool CanRename() const override { return There().CanRename(); }
-  void Rename(const std::string& name) override { There().Rename(name); }
-
- protected:
-  VectorSource& There() const {
-    source_->CheckThere();
-    return *source_;
-  }
-
- private:
-  SourcePtr source_;
-};
-
-class FeatureClass final : public TableOver<IFeatureClass> {
- public:
-  using TableOver::TableOver;
-  GeometryType ShapeType() const override { return There().Geometry().geometryType; }
-  bool HasZ() const override { return There().Geometry().hasZ; }
-  bool HasM() const override { return There().Geometry().hasM; }
-  SpatialReferencePtr SpatialReference() const override {
-    return There().Geometry().spatialReference;
-  }
-  Envelope Extent() const override { return There().Extent(); }
-  void FeaturesAt(double x, double y, std::vector<Oid>& oids) const override {
-    There().Index().At(x, y, oids);
-  }
-};
-
-using PlainTable = TableOver<ITable>;
+using FeatureClass = FeatureClassOver<VectorSource>;
+using PlainTable = TableOver<VectorSource, ITable>;
 
 FeatureClassPtr AsFeatureClass(SourcePtr source) {
   if (!source->HasShape())
