@@ -1,13 +1,11 @@
 // A table of any bytes is opened, asked, edited and written again: an error or a clean end.
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "FuzzFolder.h"
 #include "gdal/ShapefileStore.h"
 #include "gdal/ShpFormat.h"
 #include "runtime/Trap.h"
@@ -15,13 +13,7 @@
 using namespace orlinths;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  static const std::string folder = [] {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "orlinths-fuzz-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    return pattern;
-  }();
-  const std::string path = folder + "/t.dbf";
+  const std::string path = FuzzFolder() + "/t.dbf";
   std::ofstream(path, std::ios::binary | std::ios::trunc)
       .write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(size));
   Quietly([&] {
@@ -44,8 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     // What was written opens again.
     if (ShapefileStore::At(path)->HasPendingEdits()) std::abort();
   });
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directory(folder);
+  EmptyFuzzFolder();
   // The same bytes as a shape's record.
   Quietly([&] { DecodeShape({reinterpret_cast<const char*>(bytes), size}); });
   return 0;

@@ -1,16 +1,14 @@
 // The five files of a shapefile, each of any bytes: opened, walked, searched, edited and read
 // again. What is written must open, and hold as many rows as before.
-#include <unistd.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
 
+#include "FuzzFolder.h"
 #include "data/Workspace.h"
 #include "runtime/Trap.h"
 
@@ -74,13 +72,7 @@ void Edit(IFeatureClass& shapes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  static const std::string folder = [] {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "orlinths-fuzz-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    return pattern;
-  }();
-  const std::string base = folder + "/t";
+  const std::string base = FuzzFolder() + "/t";
   WriteFiles(base, {reinterpret_cast<const char*>(bytes), size});
   Quietly([&] {
     std::int64_t rows = 0;
@@ -104,7 +96,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (again->RowCount() != rows || again->FindField("FUZZ") < 0) std::abort();
     Walk(*again);
   });
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directory(folder);
+  EmptyFuzzFolder();
   return 0;
 }
