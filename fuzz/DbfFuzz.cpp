@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include "FuzzFolder.h"
 #include "gdal/ShapefileStore.h"
@@ -38,6 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   });
   EmptyFuzzFolder();
   // The same bytes as a shape's record.
-  Quietly([&] { DecodeShape({reinterpret_cast<const char*>(bytes), size}); });
+  Quietly([&] { DecodeShape(std::string_view(reinterpret_cast<const char*>(bytes), size)); });
   return 0;
 }

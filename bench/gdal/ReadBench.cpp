@@ -1,14 +1,18 @@
-// A million points read through a cursor (shape and two attributes) against the same by OGR alone,
-// and a column of a million rows filled through an update cursor.
+// A million points (shape and two attributes) and 200,000 polygons with names, read through a
+// cursor against the same by OGR alone; and a column of a million rows filled through an update
+// cursor.
 #include <benchmark/benchmark.h>
 
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <numbers>
 #include <string>
+#include <string_view>
 
 #include "data/Workspace.h"
 #include "runtime/Files.h"
@@ -18,6 +22,7 @@ namespace {
 using namespace orlinths;
 
 constexpr int kRows = 1'000'000;
+constexpr int kPolygons = 200'000, kVertices = 24;
 
 /// The input, made once a process and removed at its end.
 class Input {
@@ -45,10 +50,37 @@ class Input {
       rows->InsertRow(*row);
     }
     rows->Flush();
+    MakePolygons();
   }
   ~Input() { std::filesystem::remove_all(folder); }
   std::string Path() const { return folder + "/points.shp"; }
+  std::string Polygons() const { return folder + "/polygons.shp"; }
   std::string folder;
+
+ private:
+  /// Rings of so many vertices side by side, each with a name.
+  void MakePolygons() const {
+    GeometryDef def;
+    def.geometryType = GeometryType::kPolygon;
+    Fields all = {{.name = "OID", .type = FieldType::kOid},
+                  {.name = "Shape", .type = FieldType::kGeometry, .geometry = def},
+                  {.name = "NAME", .type = FieldType::kText, .length = 20}};
+    const FeatureClassPtr polygons = CreateFeatureClass(folder, "polygons", all);
+    const CursorPtr rows = polygons->Insert();
+    const auto row = polygons->CreateFeatureBuffer();
+    for (int i = 0; i < kPolygons; ++i) {
+      Polygon ring;
+      for (int k = 0; k <= kVertices; ++k) {
+        const double angle = -2 * std::numbers::pi * (k % kVertices) / kVertices;
+        ring.AddPoint(10.0 * (i % 500) + 4 * std::cos(angle),
+                      10.0 * (i / 500) + 4 * std::sin(angle));
+      }
+      row->SetShape(std::move(ring));
+      row->SetValue(2, Value("stand " + std::to_string(i)));
+      rows->InsertRow(*row);
+    }
+    rows->Flush();
+  }
 };
 
 const Input& TheInput() {
@@ -79,8 +111,36 @@ double SumByCursor() {
   return sum;
 }
 
+/// Of the vertices and the lengths of the names.
+double PolygonSumByOgr() {
+  const GDALDatasetUniquePtr dataset(
+      GDALDataset::Open(TheInput().Polygons().c_str(), GDAL_OF_VECTOR));
+  OGRLayer& layer = *dataset->GetLayer(0);
+  double sum = 0;
+  while (const OGRFeatureUniquePtr feature{layer.GetNextFeature()}) {
+    for (const OGRPoint& point : *feature->GetGeometryRef()->toPolygon()->getExteriorRing())
+      sum += point.getX() + point.getY();
+    sum += static_cast<double>(std::string_view(feature->GetFieldAsString(0)).size());
+  }
+  return sum;
+}
+
+double PolygonSumByCursor() {
+  const FeatureClassPtr polygons = OpenFeatureClassByPath(TheInput().Polygons());
+  double sum = 0;
+  std::string name;
+  const CursorPtr rows = polygons->Search();
+  while (const IRow* row = rows->Next()) {
+    for (const Coord& at : row->Polygon().Coords()) sum += at.x + at.y;
+    row->GetText(2, name);
+    sum += static_cast<double>(name.size());
+  }
+  return sum;
+}
+
 void RequireAgreement() {
-  static const bool agree = SumByOgr() == SumByCursor();
+  static const bool agree =
+      SumByOgr() == SumByCursor() && PolygonSumByOgr() == PolygonSumByCursor();
   if (agree) return;
   std::cerr << "The cursor and OGR do not read the same.\n";
   std::exit(1);
@@ -97,6 +157,18 @@ void ReadMillionPointsByCursor(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(SumByCursor());
 }
 BENCHMARK(ReadMillionPointsByCursor)->Unit(benchmark::kMillisecond);
+
+void ReadPolygonsByOgr(benchmark::State& state) {
+  RequireAgreement();
+  for (auto _ : state) benchmark::DoNotOptimize(PolygonSumByOgr());
+}
+BENCHMARK(ReadPolygonsByOgr)->Unit(benchmark::kMillisecond);
+
+void ReadPolygonsByCursor(benchmark::State& state) {
+  RequireAgreement();
+  for (auto _ : state) benchmark::DoNotOptimize(PolygonSumByCursor());
+}
+BENCHMARK(ReadPolygonsByCursor)->Unit(benchmark::kMillisecond);
 
 void FillColumnOfMillionRows(benchmark::State& state) {
   const FeatureClassPtr points = OpenFeatureClassByPath(TheInput().Path());

@@ -93,9 +93,7 @@ Value ValueOfBytes(const ColumnKind& kind, std::string_view bytes, const DbfText
     const auto date = DecodeDate(bytes);
     return date ? Value(*date) : Value(Null{});
   }
-  bytes = bytes.substr(0, bytes.find('\0'));
-  const auto end = bytes.find_last_not_of(' ');
-  return text.Decode(bytes.substr(0, end == std::string_view::npos ? 0 : end + 1));
+  return text.Decode(DbfContent(bytes));
 }
 
 }  // namespace orlinths

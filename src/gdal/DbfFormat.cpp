@@ -286,6 +286,13 @@ bool EncodeNumber(double number, NumberForm form, int width, int decimals, char*
   return false;
 }
 
+std::string_view DbfContent(std::string_view bytes) {
+  bytes = bytes.substr(0, bytes.find('\0'));
+  const auto begin = bytes.find_first_not_of(' ');
+  if (begin == std::string_view::npos) return {};
+  return bytes.substr(begin, bytes.find_last_not_of(' ') - begin + 1);
+}
+
 double DecodeNumber(std::string_view text) {
   const auto begin = text.find_first_not_of(' ');
   if (begin == std::string_view::npos) return 0;

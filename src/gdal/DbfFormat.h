@@ -74,6 +74,9 @@ NumberForm FormOf(const DbfColumn& column);
 /// Writes a finite number into the column's `width` bytes at `to`, right-aligned. False, with `to`
 /// undefined, when it is too large for the column. No allocation.
 bool EncodeNumber(double number, NumberForm form, int width, int decimals, char* to);
+/// What stands in a column's bytes, without the blanks around it.
+std::string_view DbfContent(std::string_view bytes);
+
 /// A blank, starred or unreadable number is 0.
 double DecodeNumber(std::string_view text);
 

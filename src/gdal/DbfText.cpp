@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <numeric>
 #include <utility>
 
 #include "runtime/Files.h"
@@ -32,21 +33,21 @@ std::string OfLanguageDriver(int driver) {
     const char* name;
   };
   static constexpr std::array kPages = {
-      Page{1, "CP437"},       Page{2, "CP850"},    Page{3, "CP1252"},   Page{8, "CP865"},
-      Page{9, "CP437"},       Page{10, "CP850"},   Page{11, "CP437"},   Page{13, "CP437"},
-      Page{14, "CP850"},      Page{15, "CP437"},   Page{16, "CP850"},   Page{17, "CP437"},
-      Page{18, "CP850"},      Page{19, "CP932"},   Page{20, "CP850"},   Page{21, "CP437"},
-      Page{22, "CP850"},      Page{23, "CP865"},   Page{24, "CP437"},   Page{25, "CP437"},
-      Page{26, "CP850"},      Page{27, "CP437"},   Page{28, "CP863"},   Page{29, "CP850"},
-      Page{31, "CP852"},      Page{34, "CP852"},   Page{35, "CP852"},   Page{36, "CP860"},
-      Page{37, "CP850"},      Page{38, "CP866"},   Page{55, "CP850"},   Page{64, "CP852"},
-      Page{77, "CP936"},      Page{78, "CP949"},   Page{79, "CP950"},   Page{80, "CP874"},
-      Page{87, "ISO-8859-1"}, Page{88, "CP1252"},  Page{89, "CP1252"},  Page{100, "CP852"},
-      Page{101, "CP866"},     Page{102, "CP865"},  Page{103, "CP861"},  Page{106, "CP737"},
-      Page{107, "CP857"},     Page{108, "CP863"},  Page{120, "CP950"},  Page{121, "CP949"},
-      Page{122, "CP936"},     Page{123, "CP932"},  Page{124, "CP874"},  Page{134, "CP737"},
-      Page{135, "CP852"},     Page{136, "CP857"},  Page{200, "CP1250"}, Page{201, "CP1251"},
-      Page{202, "CP1254"},    Page{203, "CP1253"}, Page{204, "CP1257"}};
+      Page{1, "CP437"},       Page{2, "CP850"},    Page{3, "CP1252"},    Page{8, "CP865"},
+      Page{9, "CP437"},       Page{10, "CP850"},   Page{11, "CP437"},    Page{13, "CP437"},
+      Page{14, "CP850"},      Page{15, "CP437"},   Page{16, "CP850"},    Page{17, "CP437"},
+      Page{18, "CP850"},      Page{19, "CP932"},   Page{20, "CP850"},    Page{21, "CP437"},
+      Page{22, "CP850"},      Page{23, "CP865"},   Page{24, "CP437"},    Page{25, "CP437"},
+      Page{26, "CP850"},      Page{27, "CP437"},   Page{28, "CP863"},    Page{29, "CP850"},
+      Page{31, "CP852"},      Page{34, "CP852"},   Page{35, "CP852"},    Page{36, "CP860"},
+      Page{37, "CP850"},      Page{38, "CP866"},   Page{55, "CP850"},    Page{64, "CP852"},
+      Page{77, "CP936"},      Page{78, "CP949"},   Page{79, "CP950"},    Page{80, "CP874"},
+      Page{87, "ISO-8859-1"}, Page{88, "CP1252"},  Page{89, "CP1252"},   Page{100, "CP852"},
+      Page{101, "CP866"},     Page{102, "CP865"},  Page{103, "CP861"},   Page{106, "CP737"},
+      Page{107, "CP857"},     Page{108, "CP863"},  Page{120, "CP950"},   Page{121, "CP949"},
+      Page{122, "CP936"},     Page{123, "CP932"},  Page{124, "CP874"},   Page{134, "CP737"},
+      Page{135, "CP852"},     Page{136, "CP857"},  Page{150, "CP10007"}, Page{200, "CP1250"},
+      Page{201, "CP1251"},    Page{202, "CP1254"}, Page{203, "CP1253"},  Page{204, "CP1257"}};
   for (const Page& page : kPages)
     if (page.driver == driver) return page.name;
   return "";
@@ -76,6 +77,7 @@ std::string DbfEncoding(const std::optional<std::string>& cpg, std::uint8_t lang
 }
 
 struct DbfText::Converters {
+  bool keepsAscii = false;  ///< in this encoding ASCII is itself
   iconv_t encode = reinterpret_cast<iconv_t>(-1);
   iconv_t decode = reinterpret_cast<iconv_t>(-1);
   ~Converters() {
@@ -119,6 +121,9 @@ DbfText::DbfText(const std::string& encoding) {
   if (converters_->encode == reinterpret_cast<iconv_t>(-1) ||
       converters_->decode == reinterpret_cast<iconv_t>(-1))
     throw RuntimeError::Platform("The text encoding " + encoding + " is not known here.");
+  std::string ascii(128, '\0');
+  std::iota(ascii.begin(), ascii.end(), '\0');
+  converters_->keepsAscii = Decode(ascii) == ascii;
 }
 
 DbfText::~DbfText() = default;
@@ -131,6 +136,14 @@ std::string DbfText::Encode(std::string_view utf8) const {
     throw RuntimeError::Platform("The text \"" + std::string(utf8) +
                                  "\" has characters that the table's encoding does not have.");
   });
+}
+
+void DbfText::Decode(std::string_view bytes, std::string& text) const {
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 128; };
+  if (!converters_ || (converters_->keepsAscii && std::ranges::all_of(bytes, isAscii)))
+    text.assign(bytes);
+  else
+    text = Decode(bytes);
 }
 
 std::string DbfText::Decode(std::string_view bytes) const {

@@ -25,6 +25,8 @@ class DbfText {
   std::string Encode(std::string_view utf8) const;
   /// Bytes that mean nothing become question marks.
   std::string Decode(std::string_view bytes) const;
+  /// The same into a text that may have room already.
+  void Decode(std::string_view bytes, std::string& text) const;
 
  private:
   struct Converters;

@@ -8,7 +8,7 @@
 #include "gdal/Library.h"
 #include "gdal/OgrShapes.h"
 #include "gdal/RowStatements.h"
-#include "gdal/SourceCursor.h"
+#include "gdal/OgrCursor.h"
 #include "gdal/VectorSource.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
@@ -276,7 +276,7 @@ class OgrSource final : public VectorSource {
   void BeginUpdate() override { BeginEdit(OLCRandomWrite); }
   void StoreRow(SourceRow& row) override {
     const QuietGdal quiet;
-    OGRFeature& feature = row.Feature();
+    OGRFeature& feature = static_cast<OgrFeatureRow&>(row).Feature();
     changedColumns_.clear();
     for (const SourceRow::Change& change : row.Changes()) {
       const int column = FileColumn(change.field);

@@ -1,9 +1,10 @@
-// Shapefiles and dBASE tables: OGR reads, the store keeps pending edits and writes.
+// Shapefiles and dBASE tables: rows are read from their bytes, the store keeps pending edits and
+// writes. OGR evaluates expressions, and reads what is not plain.
 #include <algorithm>
 
 #include "gdal/Library.h"
 #include "gdal/ShapefileStore.h"
-#include "gdal/SourceCursor.h"
+#include "gdal/ShapefileCursor.h"
 #include "gdal/VectorSource.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
@@ -141,9 +142,12 @@ class ShapefileSource final : public VectorSource {
     EnsureGdal();
     const QuietGdal quiet;
     const char* const drivers[] = {"ESRI Shapefile", nullptr};
+    CPLStringList options;
+    options.SetNameValue("ENCODING", store_->Encoding().c_str());
     auto reader = std::make_shared<Reader>();
-    reader->dataset.reset(GDALDataset::Open(
-        Path().c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, drivers));
+    reader->dataset.reset(
+        GDALDataset::Open(Path().c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                          drivers, options.List()));
     if (!reader->dataset || reader->dataset->GetLayerCount() == 0)
       RaiseGdal("The file " + Path() + " cannot be opened.");
     reader->layer = reader->dataset->GetLayer(0);
@@ -167,6 +171,16 @@ class ShapefileSource final : public VectorSource {
     return store_->Geometry().geometryType == GeometryType::kPolygon;
   }
   void BeginFilter() override { Commit(); }
+  CursorPtr Walk(const QueryFilter& filter, bool writable) override {
+    if (!store_->CanReadRows()) return VectorSource::Walk(filter, writable);
+    std::optional<std::vector<Oid>> oids;
+    if (!filter.where.empty()) oids = CollectOids(filter.where);
+    return std::make_unique<ShapefileCursor>(*this, *store_, std::move(oids), filter, writable);
+  }
+  CursorPtr WalkAlong(std::vector<Oid> oids, const QueryFilter& what, bool writable) override {
+    if (!store_->CanReadRows()) return VectorSource::WalkAlong(std::move(oids), what, writable);
+    return std::make_unique<ShapefileCursor>(*this, *store_, std::move(oids), what, writable);
+  }
 
   void BeginUpdate() override { store_->CheckWritable(); }
   void StoreRow(SourceRow& row) override {

@@ -17,6 +17,8 @@
 
 namespace orlinths {
 
+class StoredRows;
+
 class ShapefileStore {
  public:
   virtual ~ShapefileStore() = default;
@@ -42,6 +44,9 @@ class ShapefileStore {
   /// Records with all pending insertions; deleted ones keep their place until the commit.
   virtual std::int64_t RecordCount() const = 0;
   virtual bool IsDeleted(Oid oid) const = 0;
+  /// The first row from `from` (0 or more) on that stands in the files and is not deleted; -1 where
+  /// there is none.
+  virtual Oid NextRow(Oid from) const = 0;
 
   /// Error 70 when the dataset cannot be written by this user or another process is editing it.
   virtual void CheckWritable() const = 0;
@@ -57,9 +62,16 @@ class ShapefileStore {
   virtual void DeleteRow(Oid oid) = 0;
 
   // --- what a reader must know: everything else comes from the file.
+  /// False for what is left to OGR: shapes without a table, another number of them than of rows,
+  /// shape types or columns that are not known here.
+  virtual bool CanReadRows() const = 0;
+  /// The files as they are, for one walk.
+  virtual std::unique_ptr<StoredRows> OpenRows() const = 0;
   virtual bool HasPendingEdits() const = 0;
   /// Columns of the table's file as it stands on disk; nothing for a shapefile without a table.
   virtual std::optional<int> FileColumnCount() const = 0;
+  /// That of its texts, as iconv names it; empty where nothing tells.
+  virtual const std::string& Encoding() const = 0;
   /// Position of a column among the file's own columns (from 0), or -1 for one added since.
   virtual int FileColumn(int field) const = 0;
   /// The pending value, or false when the file's value stands. A column added and not yet filled

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "gdal/StoredRows.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"
@@ -57,7 +58,7 @@ bool FirstShapesHaveMeasures(const InputFile& shp, const InputFile& shx, std::in
     std::string content(count, '\0');
     if (shp.ReadUpTo(position + kShpRecordHead, content.data(), count) != count) continue;
     // A damaged record is no concern of whoever opens the file; reading it will tell.
-    Quietly([&] { found = HasMeasures(content); });
+    Quietly([&] { found = HasMeasures({content}); });
     if (found) break;
   }
   return found;
@@ -168,10 +169,7 @@ void ShapefileStoreImpl::Refresh() {
   ++version_;
 }
 
-bool ShapefileStoreImpl::IsDeleted(Oid oid) const {
-  CheckRow(oid);
-  if (deleted_.Contains(oid)) return true;
-  if (oid >= layout_.records || !hasTable_) return false;
+const RowSet& ShapefileStoreImpl::DeletedInFile() const {
   if (!deletedInFile_) {
     // One pass over the whole table: a row's mark is its first byte.
     RowSet marked;
@@ -189,7 +187,31 @@ bool ShapefileStoreImpl::IsDeleted(Oid oid) const {
     }
     deletedInFile_ = std::move(marked);
   }
-  return deletedInFile_->Contains(oid);
+  return *deletedInFile_;
+}
+
+bool ShapefileStoreImpl::IsDeleted(Oid oid) const {
+  CheckRow(oid);
+  if (deleted_.Contains(oid)) return true;
+  return oid < layout_.records && hasTable_ && DeletedInFile().Contains(oid);
+}
+
+Oid ShapefileStoreImpl::NextRow(Oid from) const {
+  const RowSet& marked = DeletedInFile();
+  Oid row = from;
+  while (row < records_ && (deleted_.Contains(row) || marked.Contains(row))) ++row;
+  return row < records_ ? row : -1;
+}
+
+bool ShapefileStoreImpl::CanReadRows() const {
+  if (!hasTable_ || records_ != layout_.records || !StoredRows::CanRead(layout_)) return false;
+  if (HasShape() && geometry_.geometryType == GeometryType::kNull) return false;
+  return Quietly([this] { Text(); });  // an encoding that is not known here
+}
+
+std::unique_ptr<StoredRows> ShapefileStoreImpl::OpenRows() const {
+  return std::make_unique<StoredRows>(files_, layout_,
+                                      shp_ ? std::optional(geometry_) : std::nullopt, encoding_);
 }
 
 void ShapefileStoreImpl::CheckUndamaged() const {

@@ -29,6 +29,7 @@ class ShapefileStoreImpl final : public ShapefileStore {
   const orlinths::Fields& Fields() const override { return fields_; }
   std::int64_t RecordCount() const override { return writer_ ? writer_->Rows() : records_; }
   bool IsDeleted(Oid oid) const override;
+  Oid NextRow(Oid from) const override;
   void CheckWritable() const override;
 
   void AddField(const Field& field) override;
@@ -38,8 +39,11 @@ class ShapefileStoreImpl final : public ShapefileStore {
   void SetShape(Oid oid, const orlinths::Geometry& shape) override;
   void DeleteRow(Oid oid) override;
 
+  bool CanReadRows() const override;
+  std::unique_ptr<StoredRows> OpenRows() const override;
   bool HasPendingEdits() const override { return isEdited_; }
   std::optional<int> FileColumnCount() const override;
+  const std::string& Encoding() const override { return encoding_; }
   int FileColumn(int field) const override;
   bool PendingValue(Oid oid, int field, Value& value) const override;
   const orlinths::Geometry* PendingShape(Oid oid) const override;
@@ -77,6 +81,7 @@ class ShapefileStoreImpl final : public ShapefileStore {
   const DbfText& Text() const;
   std::string TableStamp() const;
 
+  const RowSet& DeletedInFile() const;
   void CheckUndamaged() const;
   void CheckRow(Oid oid) const;
   void BeginEdit();

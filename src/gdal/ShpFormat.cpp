@@ -227,32 +227,36 @@ struct Anatomy {
   std::size_t zAt = 0, mAt = 0;  ///< 0: there are none
 };
 
-[[noreturn]] void BadRecord() {
-  throw RuntimeError::Platform("A shape's record contradicts itself: the shapefile is damaged.");
+[[noreturn]] void BadRecord(const ShpRecord& record) {
+  if (record.row < 0)
+    throw RuntimeError::Platform("A shape's record contradicts itself: the shapefile is damaged.");
+  throw RuntimeError::Platform(std::string(record.file) + ": the shape of row " +
+                               ToText(record.row) + " contradicts itself: the file is damaged.");
 }
 
-Anatomy Dissect(std::string_view content) {
-  if (content.size() < 4) BadRecord();
+Anatomy Dissect(const ShpRecord& record) {
+  const std::string_view content = record.content;
+  if (content.size() < 4) BadRecord(record);
   Anatomy a;
   a.type = Little<std::int32_t>(content.data());
   if (a.type == 0) return a;
-  if (!IsKnown(a.type)) BadRecord();
+  if (!IsKnown(a.type)) BadRecord(record);
   std::size_t at = 4;
   if (Plain(a.type) == kPoint) {
     at += 16;
     if (IsZ(a.type)) a.zAt = at, at += 8;
     // Some programs leave the measure of a point with Z out.
     if (IsM(a.type) || (IsZ(a.type) && content.size() >= at + 8)) a.mAt = at, at += 8;
-    if (at > content.size()) BadRecord();
+    if (at > content.size()) BadRecord(record);
     return a;
   }
   at += 32;
   const bool isMultipoint = Plain(a.type) == kMultipoint;
-  if (content.size() < at + (isMultipoint ? 4 : 8)) BadRecord();
+  if (content.size() < at + (isMultipoint ? 4 : 8)) BadRecord(record);
   const auto count = [&] {
     const auto n = Little<std::int32_t>(content.data() + at);
     at += 4;
-    if (n < 0) BadRecord();
+    if (n < 0) BadRecord(record);
     return static_cast<std::size_t>(n);
   };
   if (!isMultipoint) a.parts = count();
@@ -261,7 +265,7 @@ Anatomy Dissect(std::string_view content) {
   at += 4 * a.parts;
   a.coordsAt = at;
   at += 16 * a.points;
-  if (at > content.size()) BadRecord();
+  if (at > content.size()) BadRecord(record);
   if (IsZ(a.type)) {
     a.zAt = at + 16;
     at += 16 + 8 * a.points;
@@ -273,23 +277,26 @@ Anatomy Dissect(std::string_view content) {
       at += 16 + 8 * a.points;
     }
   }
-  if (at > content.size()) BadRecord();
+  if (at > content.size()) BadRecord(record);
   return a;
 }
 
 template <class Shape>
-Geometry DecodeMultipart(std::string_view content, const Anatomy& a) {
+Geometry DecodeMultipart(const ShpRecord& record, const Anatomy& a) {
+  const std::string_view content = record.content;
+  if (a.points == 0) return Shape();
   std::vector<Coord> coords(a.points);
-  if (a.points > 0) std::memcpy(coords.data(), content.data() + a.coordsAt, 16 * a.points);
+  std::memcpy(coords.data(), content.data() + a.coordsAt, 16 * a.points);
   std::vector<std::int32_t> starts(a.parts);
   if (a.parts > 0) std::memcpy(starts.data(), content.data() + a.partsAt, 4 * a.parts);
-  if (a.parts == 0 && a.points > 0) starts.push_back(0);
-  std::int32_t before = 0;
+  if (Plain(a.type) == kMultipoint) starts.push_back(0);
+  // Every point is of one part, and no part is without points.
+  std::int32_t before = -1;
   for (const std::int32_t start : starts) {
-    if (start < before || static_cast<std::size_t>(start) > a.points) BadRecord();
+    if (start <= before || static_cast<std::size_t>(start) >= a.points) BadRecord(record);
     before = start;
   }
-  if (!starts.empty() && starts.front() != 0) BadRecord();
+  if (starts.empty() || starts.front() != 0) BadRecord(record);
   const auto numbers = [&](std::size_t at) {
     std::vector<double> v(at == 0 ? 0 : a.points);
     if (!v.empty()) std::memcpy(v.data(), content.data() + at, 8 * v.size());
@@ -429,42 +436,45 @@ void EncodeShape(const Geometry& shape, int type, bool hasM, std::string& out, S
   WrongKind();
 }
 
-Geometry DecodeShape(std::string_view content) {
-  const Anatomy a = Dissect(content);
-  const auto number = [&](std::size_t at) { return Little<double>(content.data() + at); };
+Geometry DecodeShape(const ShpRecord& record, bool withM) {
+  Anatomy a = Dissect(record);
+  if (!withM) a.mAt = 0;
+  const auto number = [&](std::size_t at) { return Little<double>(record.content.data() + at); };
   switch (Plain(a.type)) {
     case 0:
       return {};
     case kPoint: {
       Point p{number(4), number(12)};
+      if (std::isnan(p.y)) return Point{};  // half a place is none
       if (a.zAt != 0) p.z = number(a.zAt);
       if (a.mAt != 0) p.m = MeasureRead(number(a.mAt));
       return p;
     }
     case kMultipoint:
-      return DecodeMultipart<Multipoint>(content, a);
+      return DecodeMultipart<Multipoint>(record, a);
     case kPolyline:
-      return DecodeMultipart<Polyline>(content, a);
+      return DecodeMultipart<Polyline>(record, a);
     default:
-      return DecodeMultipart<Polygon>(content, a);
+      return DecodeMultipart<Polygon>(record, a);
   }
 }
 
-void AddShapeBounds(std::string_view content, ShpBounds& bounds) {
-  const Anatomy a = Dissect(content);
+void AddShapeBounds(const ShpRecord& record, ShpBounds& bounds) {
+  const Anatomy a = Dissect(record);
   if (a.type == 0) return;
-  const auto number = [&](std::size_t at) { return Little<double>(content.data() + at); };
+  const auto number = [&](std::size_t at) { return Little<double>(record.content.data() + at); };
   for (std::size_t i = 0; i < a.points; ++i)
     bounds.AddXY(number(a.coordsAt + 16 * i), number(a.coordsAt + 16 * i + 8));
   for (std::size_t i = 0; a.zAt != 0 && i < a.points; ++i) bounds.AddZ(number(a.zAt + 8 * i));
   for (std::size_t i = 0; a.mAt != 0 && i < a.points; ++i) bounds.AddM(number(a.mAt + 8 * i));
 }
 
-bool HasMeasures(std::string_view content) {
-  const Anatomy a = Dissect(content);
+bool HasMeasures(const ShpRecord& record) {
+  const Anatomy a = Dissect(record);
   if (!IsZ(a.type) || a.mAt == 0) return false;
   for (std::size_t i = 0; i < a.points; ++i)
-    if (!std::isnan(MeasureRead(Little<double>(content.data() + a.mAt + 8 * i)))) return true;
+    if (!std::isnan(MeasureRead(Little<double>(record.content.data() + a.mAt + 8 * i))))
+      return true;
   return false;
 }
 

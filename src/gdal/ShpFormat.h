@@ -72,12 +72,20 @@ void ParseShxRecord(const char* bytes, std::uint64_t& position, std::size_t& con
 /// data" ones. A platform error for a shape of another kind than `type`.
 void EncodeShape(const Geometry& shape, int type, bool hasM, std::string& out, ShpBounds& bounds);
 
-/// The shape of a record's content. A platform error for a content that contradicts itself.
-Geometry DecodeShape(std::string_view content);
-/// Grows `bounds` by a record's content without making the shape; a null shape adds nothing. Same
-/// errors.
-void AddShapeBounds(std::string_view content, ShpBounds& bounds);
+/// What a record holds behind its head, and for errors where it stands.
+struct ShpRecord {
+  ShpRecord(std::string_view bytes, std::string_view path = {}, std::int64_t number = -1)
+      : content(bytes), file(path), row(number) {}
+  std::string_view content, file;
+  std::int64_t row;  ///< from 0
+};
+
+/// The shape of a record, without its measures unless they are wanted. A platform error for a
+/// record that contradicts itself.
+Geometry DecodeShape(const ShpRecord& record, bool withM = true);
+/// Grows `bounds` by a record without making the shape; a null shape adds nothing. Same errors.
+void AddShapeBounds(const ShpRecord& record, ShpBounds& bounds);
 /// True when the record, of a Z type, holds measures too.
-bool HasMeasures(std::string_view content);
+bool HasMeasures(const ShpRecord& record);
 
 }  // namespace orlinths

@@ -1,8 +1,9 @@
-// Rows and cursors over a vector source.
+// What the rows and cursors over all vector sources have in common: pending edits, changes, and a
+// place that lasts when the files change.
 #pragma once
 
-#include <array>
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,11 +13,13 @@
 
 namespace orlinths {
 
-/// The current row of a cursor: values and shape are taken from the feature when they are asked
-/// for, pending edits before it.
-class SourceRow final : public IRow {
+/// The current row of a cursor: changes that are not stored yet stand before pending edits, those
+/// before what stands in the files, which is taken from there when it is asked for.
+class SourceRow : public IRow {
  public:
-  SourceRow(VectorSource& source, bool writable) : source_(source), writable_(writable) {}
+  /// Fields besides `onlyFields`, where there are any, answer as empty.
+  SourceRow(VectorSource& source, std::optional<std::vector<std::string>> onlyFields, bool writable)
+      : source_(source), onlyFields_(std::move(onlyFields)), writable_(writable) {}
 
   Oid OID() const override { return oid_; }
   const orlinths::Fields& Fields() const override { return source_.Fields(); }
@@ -38,21 +41,36 @@ class SourceRow final : public IRow {
   const std::vector<Change>& Changes() const { return changes_; }
   const Geometry* ChangedShape() const { return shapeChanged_ ? &shape_ : nullptr; }
   void ForgetChanges();
-  OGRFeature& Feature() const { return *feature_; }
+  /// Follows a renumbering: rows `removed` (ascending) are gone and the rest moved up. -1 is the
+  /// OID of a row that is gone itself.
+  void Renumber(const std::vector<Oid>& removed);
+
+ protected:
+  void Become(Oid oid);
+  VectorSource& Source() const { return source_; }
+
+  // What stands in the files. `column` is one of theirs, `type` that of its field.
+  virtual Value StoredValue(int column, FieldType type) const = 0;
+  virtual double StoredDouble(int column, FieldType type) const = 0;
+  /// Of a text field.
+  virtual void StoredText(int column, std::string& text) const = 0;
+  /// Of a field of numbers or text.
+  virtual bool IsStoredNull(int column) const = 0;
+  /// Null where there is none.
+  virtual Geometry StoredShape() const = 0;
 
  private:
-  friend class SourceCursor;
-  void Become(OGRFeatureUniquePtr feature);
-  /// The column in the file of a checked field; -1 when the file does not have it.
+  /// The column in the file of a checked field; -1 when the file does not have it, or it is left
+  /// out.
   int ColumnOf(int field) const;
   /// That column where what stands in the file is what counts; -1 where edits may be before it.
   int PlainColumnOf(int field) const;
   Change& ChangeOf(int field);
 
   VectorSource& source_;
+  std::optional<std::vector<std::string>> onlyFields_;
   bool writable_;
   Oid oid_ = -1;
-  OGRFeatureUniquePtr feature_;
   std::vector<Change> changes_;
   mutable Geometry shape_;
   mutable bool shapeKnown_ = false;
@@ -61,57 +79,39 @@ class SourceRow final : public IRow {
   mutable std::uint64_t columnsOf_ = ~std::uint64_t{0};
 };
 
-/// Walks a source in OID order: through its reader, or along a list of OIDs. Goes on at the same
-/// row when the files change under it.
-class SourceCursor final : public ICursor {
+/// Walks a source in OID order, or along a list of OIDs. Goes on at the same row when the files
+/// change under it.
+class SourceCursor : public ICursor {
  public:
-  /// All rows that the expression gives.
-  SourceCursor(VectorSource& source, const QueryFilter& filter, bool writable);
-  /// The rows of ascending `oids`; those that do not exist are passed over.
-  SourceCursor(VectorSource& source, std::vector<Oid> oids, const QueryFilter& what, bool writable);
   ~SourceCursor() override;
 
-  IRow* Next() override;
   void UpdateRow(IRow& row) override;
   void DeleteRow(IRow& row) override;
   void Flush() override;
 
-  /// Lets go of the reader; `removed` (ascending) are OIDs that no longer stand in the files, where
-  /// the rest moved up.
-  void Detach(const std::vector<Oid>& removed);
-  /// Frees the features that it holds; and has its current row again, read from `layer`.
-  void LetGoOfRow();
-  void TakeRowAgain(OGRLayer& layer);
+  /// Lets go of what it holds open; `removed` (ascending) are OIDs that no longer stand in the
+  /// files, where the rest moved up.
+  virtual void Detach(const std::vector<Oid>& removed);
+  /// Of rows that a library holds: frees them, and has its current row again, read from `layer`.
+  virtual void LetGoOfRow() {}
+  virtual void TakeRowAgain(OGRLayer&) {}
 
- private:
-  void Attach();
-  OGRFeatureUniquePtr Fetch();
-  void ReadAhead();
-  void ReadRange();
-  void ForgetAhead();
-  OGRFeatureUniquePtr FetchNext();
-  SourceRow& Mine(IRow& row);
+ protected:
+  /// All rows without `oids`; along that ascending list otherwise.
+  SourceCursor(VectorSource& source, std::optional<std::vector<Oid>> oids, bool writable);
+  virtual SourceRow& Current() = 0;
 
   VectorSource& source_;
-  std::string where_;
-  std::optional<std::vector<std::string>> onlyFields_;
-  bool withShape_, writable_;
   bool byOid_;
   std::vector<Oid> oids_;
-  std::size_t at_ = 0;
-  bool randomRead_ = true;
-  bool flatRings_ = false;
-  Oid last_ = -1;
-  bool ended_ = false, letGo_ = false;
-  ReaderPtr reader_;
-  /// Rows read ahead, so that what OGR says is collected once for many of them.
-  std::array<OGRFeatureUniquePtr, 32> ahead_;
-  std::size_t aheadAt_ = 0, aheadEnd_ = 0;
-  std::size_t aheadFrom_ = 0;  ///< place in the list of what was first asked for
-  std::size_t mostAhead_ = 1;  ///< rows of a shared reader: more while nobody else edits
-  std::uint64_t aheadOf_ = 0;  ///< the source's changes when they were read
-  std::string aheadFailure_;   ///< raised when the rows before it are used up
-  SourceRow row_;
+  std::size_t at_ = 0;  ///< place in the list of what comes next
+  Oid last_ = -1;       ///< of the current row
+  bool ended_ = false;
+
+ private:
+  SourceRow& Mine(IRow& row);
+
+  bool writable_;
 };
 
 }  // namespace orlinths

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "gdal/ShapefileRecords.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Value.h"
 
@@ -54,56 +55,6 @@ void PutEdits(const DbfColumn& column, const ColumnEdits& edits, const std::vect
     at += recordBytes;
   }
 }
-
-/// Reads pieces of a file, mostly one behind the other, through a window.
-class WindowReader {
- public:
-  explicit WindowReader(const InputFile& file) : file_(file), size_(file.Size()) {}
-
-  /// `count` bytes from `position`; good until the next call. A platform error where the file does
-  /// not reach that far.
-  std::string_view At(std::uint64_t position, std::size_t count) {
-    if (position > size_ || count > size_ - position)
-      throw RuntimeError::Platform(file_.Path() + ": its index points outside the file.");
-    if (position < begin_ || position + count > begin_ + filled_) {
-      begin_ = position;
-      const auto left =
-          static_cast<std::size_t>(std::min<std::uint64_t>(size_ - position, SIZE_MAX));
-      const std::size_t wanted = std::min(left, std::max(count, kBlockBytes));
-      if (window_.size() < wanted) window_.resize(wanted);
-      filled_ = 0;
-      filled_ = file_.ReadUpTo(position, window_.data(), wanted);
-      if (filled_ < count) throw RuntimeError::Platform(file_.Path() + ": cut off.");
-    }
-    return {window_.data() + (position - begin_), count};
-  }
-
- private:
-  const InputFile& file_;
-  std::uint64_t size_;
-  std::vector<char> window_;
-  std::uint64_t begin_ = 0;
-  std::size_t filled_ = 0;
-};
-
-/// The contents of a .shp's records by way of its index.
-class ShapeReader {
- public:
-  ShapeReader(const InputFile& shp, const InputFile& shx) : records_(shp), index_(shx) {}
-
-  std::string_view Content(Oid row) {
-    constexpr std::size_t kEntry = kShxRecordBytes;
-    const auto entry =
-        index_.At(kShpHeaderBytes + static_cast<std::uint64_t>(row) * kEntry, kEntry);
-    std::uint64_t position;
-    std::size_t count;
-    ParseShxRecord(entry.data(), position, count);
-    return records_.At(position, kShpRecordHead + count).substr(kShpRecordHead);
-  }
-
- private:
-  WindowReader records_, index_;
-};
 
 }  // namespace
 
@@ -163,9 +114,9 @@ void RewriteTable(const InputFile& old, const DbfLayout& oldLayout, DbfLayout& l
 }
 
 ShpBounds BoundsOfShapes(const InputFile& shp, const InputFile& shx, std::int64_t records) {
-  ShapeReader shapes(shp, shx);
+  ShapefileRecords shapes(shp, shx);
   ShpBounds bounds;
-  for (Oid row = 0; row < records; ++row) AddShapeBounds(shapes.Content(row), bounds);
+  for (Oid row = 0; row < records; ++row) AddShapeBounds(shapes.At(row), bounds);
   return bounds;
 }
 
@@ -175,7 +126,7 @@ ShpHeader RewriteShapes(const InputFile& shp, const InputFile& shx, std::int64_t
   ShpHeader header{type, kShpHeaderBytes, {}};
   newShp.Write(MakeShpHeader(header));
   newShx.Write(MakeShpHeader(header));
-  ShapeReader old(shp, shx);
+  ShapefileRecords old(shp, shx);
   std::string encoded;
   std::int64_t written = 0;
   for (Oid row = 0; row < records; ++row) {
@@ -186,8 +137,9 @@ ShpHeader RewriteShapes(const InputFile& shp, const InputFile& shx, std::int64_t
       EncodeShape(edit->second, type, hasM, encoded, header.bounds);
       content = encoded;
     } else {
-      content = old.Content(row);
-      AddShapeBounds(content, header.bounds);
+      const ShpRecord record = old.At(row);
+      AddShapeBounds(record, header.bounds);
+      content = record.content;
     }
     PutShxRecord(newShp.Position(), content.size(), newShx.Reserve(kShxRecordBytes));
     PutShpRecordHead(written++, content.size(), newShp.Reserve(kShpRecordHead));

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "gdal/Library.h"
-#include "gdal/SourceCursor.h"
+#include "gdal/OgrCursor.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
@@ -213,14 +213,21 @@ std::int64_t VectorSource::Count(const QueryFilter& filter) {
   return static_cast<std::int64_t>(Select(filter).size());
 }
 
+CursorPtr VectorSource::Walk(const QueryFilter& filter, bool writable) {
+  return std::make_unique<OgrCursor>(*this, filter, writable);
+}
+
+CursorPtr VectorSource::WalkAlong(std::vector<Oid> oids, const QueryFilter& what, bool writable) {
+  return std::make_unique<OgrCursor>(*this, std::move(oids), what, writable);
+}
+
 CursorPtr VectorSource::Search(const QueryFilter& filter) {
   CheckStop();
   CheckThere();
   CheckWords(filter);
-  if (filter.shape || !WalksInOrder())
-    return std::make_unique<SourceCursor>(*this, Select(filter), filter, false);
+  if (filter.shape || !WalksInOrder()) return WalkAlong(Select(filter), filter, false);
   if (!filter.where.empty()) BeginFilter();
-  return std::make_unique<SourceCursor>(*this, filter, false);
+  return Walk(filter, false);
 }
 
 CursorPtr VectorSource::SearchOids(const std::vector<Oid>& oids, const QueryFilter& what) {
@@ -232,7 +239,7 @@ CursorPtr VectorSource::SearchOids(const std::vector<Oid>& oids, const QueryFilt
     if (what.where.empty() && what.sourceWhere.empty() && !what.shape) return set;
     return set.Combine(ISelectionSet(Select(what)), ISelectionSet::Operation::kIntersection);
   }();
-  return std::make_unique<SourceCursor>(*this, wanted.Oids(), what, false);
+  return WalkAlong(wanted.Oids(), what, false);
 }
 
 CursorPtr VectorSource::Update(const QueryFilter& filter) {
@@ -240,10 +247,9 @@ CursorPtr VectorSource::Update(const QueryFilter& filter) {
   CheckThere();
   CheckWords(filter);
   BeginUpdate();
-  if (filter.shape || !WalksInOrder())
-    return std::make_unique<SourceCursor>(*this, Select(filter), filter, true);
+  if (filter.shape || !WalksInOrder()) return WalkAlong(Select(filter), filter, true);
   if (!filter.where.empty()) BeginFilter();
-  return std::make_unique<SourceCursor>(*this, filter, true);
+  return Walk(filter, true);
 }
 
 Envelope VectorSource::Extent() {

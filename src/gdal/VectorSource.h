@@ -1,6 +1,6 @@
 // A vector dataset as the tables and cursors of this process share it: one object per dataset,
 // however often it is opened, so that edits, the spatial index and open readers are common to all.
-// Formats differ in how they are edited; reading is OGR's for all.
+// Formats differ in how they are edited; reading is OGR's for all but plain shapefiles.
 #pragma once
 
 #include <cstdint>
@@ -89,6 +89,8 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
  protected:
   friend class SourceCursor;
   friend class SourceRow;
+  friend class OgrCursor;
+  friend class OgrFeatureRow;
 
   // --- what a cursor asks
   /// False when there is no file, or folder, any more.
@@ -118,6 +120,10 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
   virtual orlinths::Dialect Dialect() const { return orlinths::Dialect::kOgr; }
   /// Name of the column that holds the object id in the layer's SQL; empty where there is none.
   virtual std::string FidColumn() const { return {}; }
+
+  /// A cursor over all rows that the filter's expression gives; and one along ascending `oids`.
+  virtual CursorPtr Walk(const QueryFilter& filter, bool writable);
+  virtual CursorPtr WalkAlong(std::vector<Oid> oids, const QueryFilter& what, bool writable);
 
   virtual void BeginUpdate() = 0;
   virtual void StoreRow(SourceRow& row) = 0;

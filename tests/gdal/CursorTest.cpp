@@ -347,6 +347,31 @@ TEST_F(CursorTest, DeletesRowsAndRenumbersAtTheRelease) {
   EXPECT_EQ(reader->Next(), nullptr);
 }
 
+TEST_F(CursorTest, ARowThatOthersMoveUpStaysItself) {
+  const FeatureClassPtr points = Points(6);
+  const CursorPtr reader = points->Search(), writer = points->Update(), gone = points->Search();
+  const IRow* read = nullptr;
+  IRow* written = nullptr;
+  for (int i = 0; i < 4; ++i) read = reader->Next(), written = writer->Next();  // OID 3
+  const IRow* deleted = gone->Next();
+  {
+    const CursorPtr rows = points->Update();
+    while (IRow* row = rows->Next())
+      if (row->OID() % 2 == 0) rows->DeleteRow(*row);
+  }
+  EXPECT_EQ(read->OID(), 1);
+  EXPECT_EQ(read->GetDouble(2), 3);
+  EXPECT_EQ(read->GetValue(3), Value("n3"));
+  EXPECT_EQ(AsWkt(read->Shape()), "POINT(3 6)");
+  written->SetDouble(2, 77);
+  writer->UpdateRow(*written);
+  writer->Flush();
+  EXPECT_EQ(Column(*points, "V"), (std::vector<double>{1, 77, 5}));
+  EXPECT_EQ(NumberOf([&] { deleted->GetDouble(2); }), 91) << "a row that is no more";
+  EXPECT_EQ(NumberOf([&] { deleted->Shape(); }), 91);
+  EXPECT_EQ(gone->Next()->GetDouble(2), 1);
+}
+
 TEST_F(CursorTest, AListOfOidsFollowsTheRenumbering) {
   const FeatureClassPtr points = Points(6);
   const CursorPtr reader = points->SearchOids({5, 1, 4, 2});
@@ -488,6 +513,7 @@ TEST_F(CursorTest, ColumnsLeftOutAreEmptyAndNamedOnesWhole) {
   const IRow* row = rows->Next();
   ASSERT_NE(row, nullptr);
   EXPECT_EQ(row->GetValue(3), Value("n2"));
+  EXPECT_TRUE(row->GetValue(2).IsNull());
   EXPECT_TRUE(row->Shape().IsEmpty());
   EXPECT_EQ(rows->Next(), nullptr);
   const CursorPtr whole = points->Search();  // the reader is used again

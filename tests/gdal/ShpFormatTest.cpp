@@ -26,12 +26,12 @@ Geometry RoundTrip(const Geometry& shape, int type, bool hasM = false) {
   ShpBounds bounds;
   EncodeShape(shape, type, hasM, content, bounds);
   ShpBounds again;
-  AddShapeBounds(content, again);
+  AddShapeBounds({content}, again);
   EXPECT_EQ(bounds.xMin, again.xMin);
   EXPECT_EQ(bounds.yMax, again.yMax);
   EXPECT_EQ(bounds.zMax, again.zMax);
   EXPECT_EQ(bounds.mMin, again.mMin);
-  return DecodeShape(content);
+  return DecodeShape({content});
 }
 
 TEST(ShpFormat, EveryShapeTypeComesBackAsItWent) {
@@ -56,7 +56,7 @@ TEST(ShpFormat, NullAndEmptyShapesAreNullRecords) {
     ShpBounds bounds;
     EncodeShape(shape, 5, false, content, bounds);
     EXPECT_EQ(content, std::string(4, '\0'));
-    EXPECT_TRUE(DecodeShape(content).IsNull());
+    EXPECT_TRUE(DecodeShape({content}).IsNull());
     EXPECT_GT(bounds.xMin, bounds.xMax);
   }
 }
@@ -112,12 +112,12 @@ TEST(ShpFormat, RecordsThatContradictThemselvesAreErrors) {
   ShpBounds bounds;
   EncodeShape(Wkt("MULTILINESTRING((0 0, 1 1), (2 2, 3 3))"), 3, false, content, bounds);
   for (std::size_t length = 0; length < content.size(); ++length)
-    EXPECT_EQ(ErrorOf([&] { DecodeShape(content.substr(0, length)); }), kPlatform) << length;
+    EXPECT_EQ(ErrorOf([&] { DecodeShape({content.substr(0, length)}); }), kPlatform) << length;
   for (const auto& [at, v] :
        {std::pair{0, 99}, {36, -1}, {39, 127}, {40, 100}, {43, -1}, {44, 1}, {48, 5}, {51, -1}}) {
     std::string bad = content;
     bad[static_cast<std::size_t>(at)] = static_cast<char>(v);
-    EXPECT_EQ(ErrorOf([&] { DecodeShape(bad); }), kPlatform) << at;
+    EXPECT_EQ(ErrorOf([&] { DecodeShape({bad}); }), kPlatform) << at;
   }
 }
 
