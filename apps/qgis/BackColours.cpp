@@ -72,11 +72,12 @@ void PaintBack(QWidget& field, const Control& model) {
     }
   }
   field.setProperty(kPainted, paints);
+  // The colours of a style sheet stand in the palette too, and the sheet keeps what stood there
+  // before, perhaps our paint: it is to let go first, and to paint again.
+  const bool hasSheet = !paints && field.testAttribute(Qt::WA_StyleSheetTarget);
+  if (hasSheet) field.style()->unpolish(&field);
   field.setPalette(own);
-  if (paints || !field.testAttribute(Qt::WA_StyleSheetTarget)) return;
-  // The colours of a style sheet stand in the palette too: they went with it.
-  field.style()->unpolish(&field);
-  field.style()->polish(&field);
+  if (hasSheet) field.style()->polish(&field);
 }
 
 }  // namespace orlinths

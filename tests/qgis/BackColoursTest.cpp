@@ -45,14 +45,19 @@ QPalette Dark() {
   return dark;
 }
 
+/// Of every kind of field, in every test: Qt remembers of a widget without rules, by its address,
+/// that it has none, and another one may come to stand there.
+const QString kSheet = QStringLiteral("QLineEdit, QComboBox, QListWidget { color: #123456; }");
+
 class BackColours : public ::testing::TestWithParam<bool> {
  protected:
   BackColours() {
-    if (GetParam()) window.setPalette(Dark());
+    if (GetParam()) QApplication::setPalette(Dark());  // as a theme of QGIS does
     for (const auto& control : dialog.Controls())
       widgets.push_back(MakeControlWidget(*control, host, &window));
     Update();
   }
+  ~BackColours() override { QApplication::setPalette(before_); }
   void Update() {
     for (const auto& widget : widgets) widget->Update();
   }
@@ -78,6 +83,9 @@ class BackColours : public ::testing::TestWithParam<bool> {
   NoHost host;
   frmFields dialog;
   std::vector<std::unique_ptr<ControlWidget>> widgets;
+
+ private:
+  const QPalette before_ = QApplication::palette();
 };
 
 INSTANTIATE_TEST_SUITE_P(Themes, BackColours, ::testing::Bool(), [](const auto& info) {
@@ -149,7 +157,7 @@ TEST_P(BackColours, TextIsReadNoWorseThanTheThemesDisabledText) {
 }
 
 TEST_P(BackColours, LeavesTheColoursOfAStyleSheetAlone) {
-  window.setStyleSheet(QStringLiteral("QListWidget { color: #123456; }"));
+  window.setStyleSheet(kSheet);
   const auto text = [&] { return PaletteOf(*dialog.lst).color(QPalette::Active, QPalette::Text); };
   for (const auto& widget : widgets) widget->Widget()->ensurePolished();
   Update();
@@ -159,6 +167,20 @@ TEST_P(BackColours, LeavesTheColoursOfAStyleSheetAlone) {
     Update();
   }
   EXPECT_EQ(text(), QColor(0x12, 0x34, 0x56));
+}
+
+TEST_P(BackColours, AFieldThatIsOfUseAgainIsTheThemesOwnWhateverAStyleSheetRemembers) {
+  window.setStyleSheet(kSheet);
+  for (int i = 0; i < 2; ++i) {  // also the second time
+    dialog.txt->Enable(false);
+    Update();
+    for (const auto& widget : widgets) widget->Widget()->ensurePolished();  // it is shown so
+    dialog.txt->Enable(true);
+    Update();
+    EXPECT_EQ(BackOf(*dialog.txt, QPalette::Active), Theme(QPalette::Active, QPalette::Base));
+    EXPECT_EQ(PaletteOf(*dialog.txt).color(QPalette::Active, QPalette::Text),
+              QColor(0x12, 0x34, 0x56));
+  }
 }
 
 TEST(Contrast, IsTheRatioOfWcag) {
