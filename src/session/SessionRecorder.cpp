@@ -5,14 +5,17 @@
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
 #include "runtime/Trap.h"
+#include "session/UserHand.h"
 
 namespace orlinths {
 namespace {
 
+/// A main button that only closes its dialog (About, the day of the year) runs nothing.
 bool IsPressOfMainButton(const Dialog& dialog, const Step& step) {
   const auto* press = std::get_if<steps::Press>(&step.what);
   const Button* main = dialog.MainButton();
-  return press != nullptr && main != nullptr && EqualNoCase(main->name, press->control);
+  return press != nullptr && main != nullptr && main != ExitButton(dialog) &&
+         EqualNoCase(main->name, press->control);
 }
 
 }  // namespace

@@ -163,6 +163,22 @@ TEST_F(RunOutcomeTest, CountsWhatADialogInBetweenReported) {
   EXPECT_EQ(Outcome(), RunOutcome::kFailed);
 }
 
+TEST(SessionRecorder, AMainButtonThatOnlyClosesRunsNothing) {
+  class frmNotes : public Dialog {
+   public:
+    frmNotes() : Dialog("frmNotes", "Notes") { exit_ = AddExitButton(); }
+    Button* MainButton() const override { return exit_; }
+
+   private:
+    Button* exit_;
+  } dialog;
+  SessionRecorder recorder;
+  recorder.Begin(Command(), {}, 0);
+  recorder.Acted(dialog, Press("btnExit"));
+  recorder.Finished(dialog, Press("btnExit"));
+  EXPECT_FALSE(recorder.End());
+}
+
 TEST(SessionRecorder, GivesNothingWhereNothingWasRun) {
   frmTrial dialog;
   SessionRecorder recorder;
