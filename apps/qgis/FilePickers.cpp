@@ -32,8 +32,7 @@ QString Suffix(Filter filter) {
   }
 }
 
-QString StartFolder(const Question& question) {
-  const QString asked = ToQt(question.startFolder);
+QString StartFolder(const QString& asked = {}) {
   if (!asked.isEmpty() && QDir(asked).exists()) return asked;
   const QString last = QgsSettings().value(kLastFolder).toString();
   if (!last.isEmpty() && QDir(last).exists()) return last;
@@ -76,7 +75,7 @@ IDialogHost::Choice ChoiceOf(const std::string& path, const Question& question) 
 }
 
 bool AskForFile(const Question& question, IDialogHost::Choice& choice, QWidget* parent) {
-  QFileDialog dialog(parent, ToQt(question.title), StartFolder(question));
+  QFileDialog dialog(parent, ToQt(question.title), StartFolder(ToQt(question.startFolder)));
   if (question.filter == Filter::kFolders) {
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
@@ -91,6 +90,17 @@ bool AskForFile(const Question& question, IDialogHost::Choice& choice, QWidget* 
   QgsSettings().setValue(kLastFolder, question.filter == Filter::kFolders ? ToQt(choice.FullName())
                                                                           : ToQt(choice.folder));
   return true;
+}
+
+QString AskForSession(const QString& title, const QString& name, QWidget* parent) {
+  QFileDialog dialog(parent, title, StartFolder(), QStringLiteral("Session files (*.json)"));
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setDefaultSuffix(QStringLiteral("json"));
+  dialog.selectFile(name);
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+  const QString path = dialog.selectedFiles().constFirst();
+  QgsSettings().setValue(kLastFolder, QFileInfo(path).absolutePath());
+  return path;
 }
 
 }  // namespace orlinths

@@ -21,5 +21,8 @@ IDialogHost::Choice ChoiceOf(const std::string& path, const IDialogHost::Questio
 /// last choice, else in the project's.
 bool AskForFile(const IDialogHost::Question& question, IDialogHost::Choice& choice,
                 QWidget* parent);
+/// Asks for a file to keep a session in, `name` proposed; empty when cancelled. A name without
+/// extension gets ".json".
+QString AskForSession(const QString& title, const QString& name, QWidget* parent);
 
 }  // namespace orlinths

@@ -2,13 +2,16 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QFileDialog>
+#include <QDateTime>
 #include <QGridLayout>
+#include <QHeaderView>
+#include <QLocale>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTreeWidget>
 
 #include "host/Commands.h"
+#include "qgis/FilePickers.h"
 #include "qgis/Text.h"
 #include "qgis/Toolbar.h"
 #include "runtime/Files.h"
@@ -38,16 +41,23 @@ QString Said(std::optional<RunOutcome> outcome) {
   return {};
 }
 
+/// In the way of the user's language and settings.
+QString Told(const std::string& when) {
+  const auto time = QDateTime::fromString(ToQt(when), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+  return time.isValid() ? QLocale().toString(time, QLocale::ShortFormat) : ToQt(when);
+}
+
 QTreeWidgetItem* ItemFor(const std::string& path) {
   const KeptRun run = KeptRunOf(path);
   const CommandInfo* command = FindCommand(run.className);
   auto* item = new QTreeWidgetItem;
   item->setText(kTool, ToQt(command == nullptr ? run.className : command->caption));
   if (command != nullptr) item->setIcon(kTool, IconOf(*command));
-  item->setText(kTime, ToQt(run.when));
+  item->setText(kTime, Told(run.when));
   item->setText(kOutcome, Said(run.outcome));
   item->setData(kTool, kPathRole, ToQt(path));
-  for (int column = 0; column < kColumns; ++column) item->setToolTip(column, ToQt(path));
+  const QString tip = item->text(kTool) + QLatin1Char('\n') + ToQt(path);
+  for (int column = 0; column < kColumns; ++column) item->setToolTip(column, tip);
   return item;
 }
 
@@ -64,6 +74,10 @@ HistoryPanel::HistoryPanel(HistoryFiles files, QWidget* parent)
       {QStringLiteral("Tool"), QStringLiteral("Time"), QStringLiteral("Outcome")});
   list_->setRootIsDecorated(false);
   list_->setUniformRowHeights(true);
+  // In a narrow panel the tool's words give way: its icon says the same.
+  list_->header()->setStretchLastSection(false);
+  list_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+  list_->header()->setSectionResizeMode(kTool, QHeaderView::Stretch);
   grid->addWidget(list_, 0, 0, 1, 3);
   int column = 0;
   const auto add = [&](const char* name, const QString& text, const QString& tip,
@@ -102,7 +116,6 @@ void HistoryPanel::ShowRuns() {
   Quietly([this] {
     for (const std::string& path : files_.Newest()) list_->addTopLevelItem(ItemFor(path));
   });
-  for (int column = 0; column < kColumns; ++column) list_->resizeColumnToContents(column);
 }
 
 std::string HistoryPanel::Chosen() const {
@@ -132,9 +145,7 @@ void HistoryPanel::SaveAs() {
   WithChosen([this](const Session& session, const std::string& path) {
     CheckAllAreFiles(session.map);
     const QString proposed = QStringLiteral("%1.json").arg(ToQt(KeptRunOf(path).className));
-    const QString chosen =
-        QFileDialog::getSaveFileName(this, QStringLiteral("Save as session"), proposed,
-                                     QStringLiteral("Session files (*.json)"));
+    const QString chosen = AskForSession(QStringLiteral("Save as session"), proposed, this);
     if (!chosen.isEmpty()) WriteSession(session, FromQt(chosen));
   });
 }

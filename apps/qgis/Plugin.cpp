@@ -15,6 +15,7 @@
 #include "qgis/CommandSet.h"
 #include "qgis/DesktopApplication.h"
 #include "qgis/HistoryPanel.h"
+#include "qgis/LayersOfRun.h"
 #include "qgis/MapToolAdapters.h"
 #include "qgis/MessageBoxes.h"
 #include "qgis/Refill.h"
@@ -24,6 +25,7 @@
 #include "qgis/WindowHost.h"
 #include "session/MapBuilder.h"
 #include "session/SessionRecorder.h"
+#include "session/Words.h"
 
 namespace {
 
@@ -121,19 +123,39 @@ void Plugin::MakeHistory() {
 void Plugin::RunAgain(const Session& session) {
   const auto* click =
       session.steps.empty() ? nullptr : std::get_if<steps::Click>(&session.steps.front().what);
-  const CommandInfo* command = click == nullptr ? nullptr : FindCommand(click->className);
-  if (command == nullptr || windows_->IsOpen()) return;
-  windows_->onNextReady = [this, session](Dialog& dialog) {
+  if (click == nullptr) WrongCall("the session does not begin with a click of a command");
+  const CommandInfo* command = FindCommand(click->className);
+  if (command == nullptr) WrongCall("there is no command " + click->className);
+  if (windows_->IsOpen()) return;
+  const bool isComplete = HasLayersOf(session);
+  windows_->onNextReady = [this, session, isComplete](Dialog& dialog) {
     const QStringList wrongs = Refill(dialog, session, *windows_, [this](const std::string& path) {
       return ShowMessageBox(path + " exists. Replace it?", kYesNo | kExclamation, "",
                             windows_->Parent()) == Reply::kYes;
     });
-    if (!wrongs.isEmpty())
+    if (isComplete && !wrongs.isEmpty())
       ShowMessageBox("Not everything is as it was then:\r" + FromQt(wrongs.join(QLatin1Char('\r'))),
                      kInformation, "", windows_->Parent());
   };
   Click(*command);
   windows_->onNextReady = nullptr;
+}
+
+bool Plugin::HasLayersOf(const Session& session) {
+  application_->Bridge().Renew();
+  const MissingLayers missing = MissingLayersOf(session, application_->Bridge());
+  bool isComplete = IsEmpty(missing.gone);
+  if (!isComplete)
+    ShowMessageBox("Data of this run are no longer there:\r" + Listing(missing.gone) +
+                       "\rThe dialog is filled in as far as it goes without them.",
+                   kExclamation, "", windows_->Parent());
+  if (IsEmpty(missing.onDisk)) return isComplete;
+  if (ShowMessageBox("The project does not have these layers of the run:\r" +
+                         Listing(missing.onDisk) + "\rAdd them?",
+                     kYesNo | kExclamation, "", windows_->Parent()) == Reply::kNo)
+    return false;
+  AddToProject(missing.onDisk);
+  return isComplete;
 }
 
 void Plugin::MakeMapTools() {

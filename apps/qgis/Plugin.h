@@ -36,6 +36,9 @@ class Plugin : public QObject, public QgisPlugin {
   void MakeMapTools();
   void MakeHistory();
   void RunAgain(const Session& session);
+  /// Whether the project has all layers that the run worked on. Tells which are gone, and offers to
+  /// add those that the project alone does not have.
+  bool HasLayersOf(const Session& session);
   void PlaySessionIfAsked();
 
   QgisInterface& qgis_;

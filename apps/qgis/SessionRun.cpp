@@ -83,7 +83,7 @@ SessionOrder SessionOrder::FromEnvironment() {
   return order;
 }
 
-void FillProject(const MapContents& contents) {
+void AddToProject(const MapContents& contents) {
   QgsLayerTree* root = QgsProject::instance()->layerTreeRoot();
   for (const LayerEntry& entry : contents.layers) Append(entry, *root);
   for (const LayerEntry& entry : contents.tables) {
@@ -93,11 +93,16 @@ void FillProject(const MapContents& contents) {
     BuildMap(one, map);
     root->addLayer(Added(ToQgis(*map.StandaloneTables().front())));
   }
+}
+
+void FillProject(const MapContents& contents) {
+  AddToProject(contents);
   if (!contents.spatialReference.empty()) {
     QgsCoordinateReferenceSystem crs;
     crs.createFromUserInput(ToQt(contents.spatialReference));
     QgsProject::instance()->setCrs(crs);
-  } else if (const auto layers = root->layerOrder(); !layers.isEmpty()) {
+  } else if (const auto layers = QgsProject::instance()->layerTreeRoot()->layerOrder();
+             !layers.isEmpty()) {
     QgsProject::instance()->setCrs(layers.constFirst()->crs());
   }
 }

@@ -23,7 +23,9 @@ struct SessionOrder {
 /// line that begins with "orlinths: ".
 int PlayInQgis(const SessionOrder& order, DesktopApplication& application, WidgetHand& hand);
 
-/// Puts the layers and tables of a session into the project, below what it holds.
+/// Puts layers and tables of a session into the project, below what it holds.
+void AddToProject(const MapContents& contents);
+/// The same, and the session's spatial reference, or that of the top layer.
 void FillProject(const MapContents& contents);
 
 }  // namespace orlinths

@@ -243,10 +243,12 @@ bool WindowHost::Pick(const Question& question, Choice& choice) {
   ShowAllChanges();
   const CursorAtRest atRest;
   bool isChosen = true;
-  if (const auto answer = std::exchange(answerNextPick, {}))
-    choice = ChoiceOf(answer->Path(), question);
-  else
+  if (const auto answer = std::exchange(answerNextPick, {})) {
+    choice = ChoiceOf(answer->pick.Path(), question);
+    isChosen = answer->holds(question, choice);
+  } else {
     isChosen = AskForFile(question, choice, Parent());
+  }
   if (onPick) onPick(isChosen ? steps::Pick{choice.FullName()} : steps::Pick{});
   return isChosen;
 }
@@ -257,7 +259,7 @@ bool WindowHost::PickSpatialReference(const ReferenceQuestion& question,
   const CursorAtRest atRest;
   bool isChosen = true;
   if (const auto answer = std::exchange(answerNextPick, {}))
-    reference = ReferenceNamed(answer->text.value_or(""));
+    reference = ReferenceNamed(answer->pick.text.value_or(""));
   else
     isChosen = AskForReference(question, reference, Parent());
   if (!onPick) return isChosen;

@@ -21,6 +21,14 @@ class QEventLoop;
 
 namespace orlinths {
 
+/// An answer to a choice that is known beforehand.
+struct PickAnswer {
+  steps::Pick pick;
+  /// Whether the answer can be given to what is asked for; otherwise the choice is cancelled. Of
+  /// files and folders only.
+  std::function<bool(const IDialogHost::Question&, const IDialogHost::Choice&)> holds;
+};
+
 class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
  public:
   explicit WindowHost(QWidget* mainWindow);
@@ -39,7 +47,7 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   /// A dialog stands ready for its user, who has not touched it yet. Used up by the first one.
   std::function<void(Dialog& dialog)> onNextReady;
   /// What the next choice gives without being shown; nothing: the user is asked.
-  std::optional<steps::Pick> answerNextPick;
+  std::optional<PickAnswer> answerNextPick;
 
   /// Message box, yield and shell for the tools, in windows.
   Ports MakePorts();

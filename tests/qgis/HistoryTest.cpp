@@ -2,8 +2,10 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QLocale>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTimer>
 #include <QTreeWidget>
 
@@ -12,9 +14,7 @@
 #include "component/Component.h"
 #include "host/Commands.h"
 #include "qgis/HistoryPanel.h"
-#include "qgis/Refill.h"
 #include "qgis/Text.h"
-#include "qgis/WindowHost.h"
 #include "runtime/Files.h"
 #include "runtime/Ports.h"
 #include "runtime/RuntimeError.h"
@@ -27,6 +27,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 constexpr std::int64_t kSecond = 1'000'000'000;
 
@@ -176,8 +177,9 @@ TEST(HistoryPanel, ShowsRunsAndCopiesTheCommandLine) {
   ASSERT_EQ(list->topLevelItemCount(), 1);
   QTreeWidgetItem* run = list->topLevelItem(0);
   EXPECT_EQ(run->text(0), QStringLiteral("Generate Random Points"));
-  EXPECT_EQ(run->text(1), QStringLiteral("1970-01-01 00:00:01"));
   EXPECT_EQ(run->text(2), QStringLiteral("Not accepted"));
+  EXPECT_THAT(FromQt(run->toolTip(1)),
+              StartsWith("Generate Random Points\n" + folder / "1970-01-01T00-00-01"));
   list->setCurrentItem(run);
   EXPECT_TRUE(copy->isEnabled());
   copy->click();
@@ -187,6 +189,37 @@ TEST(HistoryPanel, ShowsRunsAndCopiesTheCommandLine) {
   panel.onRunAgain = [&](const Session& session) { again.push_back(session); };
   panel.findChild<QPushButton*>(QStringLiteral("again"))->click();
   EXPECT_THAT(again, ElementsAre(RunAt(kSecond)));
+}
+
+TEST(HistoryPanel, ShowsTimeAndOutcomeAlsoWhereItIsNarrow) {
+  RegisterTools();
+  const TempFolder folder;
+  HistoryPanel panel(HistoryFiles(folder.Path()), nullptr);
+  panel.Keep(RunAt(kSecond, "clsAddArea"), RunOutcome::kRefused);
+  panel.resize(panel.minimumSizeHint());
+  panel.show();
+  const auto* list = panel.findChild<QTreeWidget*>();
+  EXPECT_EQ(list->horizontalScrollBar()->maximum(), 0);
+  const QModelIndex last = list->model()->index(0, 2);
+  EXPECT_GE(list->visualRect(last).width(), list->sizeHintForIndex(last).width());
+}
+
+TEST(HistoryPanel, TellsTheTimeAsItsUserDoes) {
+  const TempFolder folder;
+  HistoryPanel panel(HistoryFiles(folder.Path()), nullptr);
+  WriteBytes(folder / "mine.json", "{}");
+  const QLocale before;
+  for (const auto& [language, told] :
+       {std::pair("de_DE", "01.01.70 13:00"), std::pair("en_GB", "01/01/1970 13:00"),
+        std::pair("en_US", "1/1/70 1:00 PM")}) {
+    QLocale::setDefault(QLocale(QString::fromLatin1(language)));
+    panel.Keep(RunAt(13 * 3600 * kSecond), RunOutcome::kSucceeded);
+    auto* list = panel.findChild<QTreeWidget*>();
+    const int last = list->topLevelItemCount() - 1;
+    EXPECT_EQ(FromQt(list->topLevelItem(0)->text(1)), told);
+    EXPECT_EQ(FromQt(list->topLevelItem(last)->text(1)), "mine");  // a file of another name
+  }
+  QLocale::setDefault(before);
 }
 
 TEST(HistoryPanel, SaysWhichLayerIsNoFileAndCanRunAgainAllTheSame) {
@@ -218,78 +251,6 @@ TEST(HistoryPanel, SaysWhichLayerIsNoFileAndCanRunAgainAllTheSame) {
   panel.onRunAgain = [&](const Session& run) { again.push_back(run); };
   panel.findChild<QPushButton*>(QStringLiteral("again"))->click();
   EXPECT_THAT(again, ElementsAre(session));
-}
-
-class frmTrial : public Dialog {
- public:
-  frmTrial() : Dialog("frmTrial", "Trial") {
-    txtName = Add<TextBox>("txtName", "Name:");
-    txtOut = Add<TextBox>("txtOut", "Output:");
-    btnOut = Add<Button>("btnOut", "...");
-    txtOut->picker = btnOut;
-    AddOkButton()->OnClick = [this] { ++runs; };
-    btnOut->OnClick = [this] {
-      IDialogHost::Question question;
-      IDialogHost::Choice choice;
-      if (DialogHost().Pick(question, choice)) txtOut->text = choice.FullName();
-    };
-  }
-  TextBox *txtName, *txtOut;
-  Button* btnOut;
-  int runs = 0;
-};
-
-class RefillTest : public ::testing::Test {
- protected:
-  RefillTest() : before_(SetDialogHost(&host)) {
-    WriteBytes(folder / "old.shp", "x");
-    session.steps = {{steps::Click{"clsRndPnt"}, 0},
-                     {steps::Set{"txtName", "oak"}, 0},
-                     {steps::Set{"cmbGone", "x"}, 0},
-                     {steps::Press{"btnOut", steps::Pick{folder / "old.shp"}}, 0},
-                     {steps::Press{"btnOK", {}}, 0},
-                     {steps::Set{"txtName", "later"}, 0}};
-  }
-  ~RefillTest() override { SetDialogHost(before_); }
-  QStringList RefillWith(bool mayReplace) {
-    QStringList wrongs;
-    host.onNextReady = [&](Dialog& ready) {
-      wrongs = Refill(ready, session, host, [&](const std::string& path) {
-        EXPECT_EQ(path, folder / "old.shp");
-        return mayReplace;
-      });
-      name = dialog.txtName->text();
-      output = dialog.txtOut->text();
-      ready.Unload();
-    };
-    dialog.ShowModal();
-    return wrongs;
-  }
-
-  WindowHost host{nullptr};
-  TempFolder folder;
-  frmTrial dialog;
-  Session session;
-  std::string name, output;
-
- private:
-  IDialogHost* before_;
-};
-
-TEST_F(RefillTest, FillsInWhatWasSetAndLeavesTheRunToTheUser) {
-  const QStringList wrongs = RefillWith(true);
-  EXPECT_EQ(name, "oak");
-  EXPECT_EQ(output, folder / "old.shp");
-  EXPECT_EQ(dialog.runs, 0);
-  ASSERT_EQ(wrongs.size(), 1);
-  EXPECT_THAT(FromQt(wrongs[0]), HasSubstr("cmbGone"));
-}
-
-TEST_F(RefillTest, TakesNoOutputThatIsToStay) {
-  RefillWith(false);
-  EXPECT_EQ(name, "oak");
-  EXPECT_EQ(output, "");
-  EXPECT_TRUE(files::FileExists(folder / "old.shp"));
 }
 
 }  // namespace

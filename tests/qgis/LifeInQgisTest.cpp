@@ -30,7 +30,7 @@ class LifeInQgis : public ::testing::Test {
     const QgisRun run =
         RunQgis(folder / "profile",
                 "ORLINTHS_DATA=" + ForShell(folder / "data") + " ORLINTHS_LIFE=" + ForShell(tried),
-                "--code " + ForShell(ORLINTHS_LIFE_SCRIPT), copies);
+                "--code " + ForShell(ORLINTHS_SCRIPTS "/life.py"), copies);
     EXPECT_EQ(run.status, 0) << run.said;
     EXPECT_THAT(run.said, HasSubstr("life: done")) << run.said;
     EXPECT_EQ(run.said.find("Traceback"), std::string::npos) << run.said;
@@ -49,7 +49,8 @@ class LifeInQgis : public ::testing::Test {
 
 TEST_F(LifeInQgis, SwitchedOffItLeavesNothingAndSwitchedOnItIsAsBefore) {
   Live(
-      "a_run,switched_off_and_on,shortcuts_stay,digitiser_in_hand,history_shown,projects_come_and_"
+      "in_the_language_of_its_user,a_run,switched_off_and_on,shortcuts_stay,digitiser_in_hand,"
+      "history_shown,projects_come_and_"
       "go,"
       "a_layer_goes_under_a_dialog,left_with_the_digitiser_in_hand");
   EXPECT_FALSE(History().empty());

@@ -1,19 +1,22 @@
 // Every session, played in QGIS itself through the plugin's windows, ends as on the command line:
-// the same events, the same files.
+// the same events, the same files. So do the runs that the history keeps of them, by each of its
+// buttons.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "QgisProcess.h"
 #include "component/Component.h"
+#include "host/Commands.h"
 #include "runtime/Files.h"
-#include "session/CommandLineText.h"
 #include "session/SessionFile.h"
+#include "session/UserHand.h"
 #include "support/TempFolder.h"
 
 namespace orlinths {
@@ -21,29 +24,51 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kSessions = ORLINTHS_SESSIONS, kProgram = "orlinths";
+const std::string kSessions = ORLINTHS_SESSIONS, kProgram = "orlinths ";
+
+using Bytes = std::map<std::string, std::string>;
+
+/// All files by their path in the folder, but what QGIS keeps beside rasters that it shows.
+Bytes BytesIn(const std::string& folder) {
+  Bytes bytes;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    const std::string path = entry.path().string();
+    if (entry.is_regular_file() && !path.ends_with(".aux.xml"))
+      bytes[path.substr(folder.size())] = ReadBytes(path);
+  }
+  return bytes;
+}
+
+/// Without the day of their last change in the headers of dBASE tables.
+Bytes WithoutDays(Bytes files) {
+  for (auto& [path, bytes] : files)
+    if (path.ends_with(".dbf")) bytes.replace(1, 3, 3, '\0');
+  return files;
+}
+
+std::vector<std::string> NamesOf(const Bytes& files) {
+  std::vector<std::string> names;
+  for (const auto& [path, bytes] : files) names.push_back(path);
+  return names;
+}
+
+void ExpectSame(const Bytes& made, const Bytes& expected) {
+  ASSERT_EQ(NamesOf(made), NamesOf(expected));
+  for (const auto& [path, bytes] : expected)
+    EXPECT_TRUE(made.at(path) == bytes) << path << " differs";
+}
 
 /// The sessions in a copy of their folder.
 class Copy {
  public:
   Copy() { fs::copy(kSessions, folder_.Path(), fs::copy_options::recursive); }
   const std::string& Path() const { return folder_.Path(); }
+  Bytes Files() const { return BytesIn(Path()); }
 
   /// As it was at first.
-  void Restore() {
+  void Restore() const {
     for (const auto& entry : fs::directory_iterator(Path())) fs::remove_all(entry.path());
     fs::copy(kSessions, Path(), fs::copy_options::recursive);
-  }
-
-  /// All files by their path in the folder, but what QGIS keeps beside rasters that it shows.
-  std::map<std::string, std::string> Files() const {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(Path())) {
-      const std::string path = entry.path().string();
-      if (entry.is_regular_file() && !path.ends_with(".aux.xml"))
-        files[path.substr(Path().size())] = ReadBytes(path);
-    }
-    return files;
   }
 
  private:
@@ -62,39 +87,6 @@ std::string WithoutProgress(const std::string& events) {
   return kept;
 }
 
-/// Plays sessions in QGIS as it starts.
-QgisRun PlayInQgis(const std::vector<std::string>& sessions, const std::string& eventsFolder,
-                   const TempFolder& profile) {
-  MakeProfile(profile.Path());
-  std::string list;
-  for (const std::string& session : sessions) list += (list.empty() ? "" : ":") + session;
-  std::string pictures;
-  if (const char* folder = std::getenv("ORLINTHS_PICTURES"))
-    pictures = " ORLINTHS_PICTURES=" + ForShell(folder);
-  return RunQgis(profile.Path(), "ORLINTHS_SESSION=" + ForShell(list) +
-                                     " ORLINTHS_EVENTS=" + ForShell(eventsFolder) + pictures);
-}
-
-/// Plays a session file by the command line; gives the events.
-std::string Play(const std::string& folder, const std::string& session) {
-  const TempFolder apart;
-  const std::string output = apart / "output.txt";
-  EXPECT_EQ(Shell("cd " + ForShell(folder) + " && " + ForShell(ORLINTHS_PROGRAM) + " play " +
-                  ForShell(session) + " --json >" + ForShell(output)),
-            0)
-      << ReadBytes(output);
-  return WithoutProgress(ReadBytes(output));
-}
-
-void ExpectSameFiles(const Copy& made, const Copy& expected) {
-  const auto left = made.Files(), right = expected.Files();
-  std::vector<std::string> leftNames, rightNames;
-  for (const auto& [path, bytes] : left) leftNames.push_back(path);
-  for (const auto& [path, bytes] : right) rightNames.push_back(path);
-  ASSERT_EQ(leftNames, rightNames);
-  for (const auto& [path, bytes] : right) EXPECT_TRUE(left.at(path) == bytes) << path << " differs";
-}
-
 /// The class that a session clicks, if it clicks once.
 std::string OnlyClick(const std::string& path) {
   const std::string text = ReadBytes(path), sign = "\"click\":";
@@ -104,64 +96,153 @@ std::string OnlyClick(const std::string& path) {
   return text.substr(begin, text.find('"', begin) - begin);
 }
 
-TEST(SessionsInQgis, EndAsOnTheCommandLineAndSoDoTheRunsInTheHistory) {
-  Copy byQgis;
+/// Whether pressing the main button of a command's dialog runs something, rather than closing it.
+bool Runs(const std::string& className) {
+  const CommandInfo* command = FindCommand(className);
+  if (command == nullptr || !HasDialog(command->dialog)) return false;
+  const auto dialog = NewDialog(command->dialog);
+  return dialog->MainButton() != nullptr && dialog->MainButton() != ExitButton(*dialog);
+}
+
+Session SessionIn(const std::string& path) {
+  WrittenPaths written;
+  return ReadSession(path, written);
+}
+
+/// All sessions, played in one QGIS.
+class SessionsInQgis : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    RegisterTools();
+    played_ = new Played;
+    MakeProfile(played_->profile.Path());
+    std::string list;
+    for (const std::string& name : files::NamesIn(kSessions)) {
+      if (!name.ends_with(".json")) continue;
+      played_->names.push_back(StemOf(name));
+      list += (list.empty() ? "" : ":") + JoinPath(played_->place.Path(), name);
+    }
+    std::string pictures;
+    if (const char* folder = std::getenv("ORLINTHS_PICTURES"))
+      pictures = " ORLINTHS_PICTURES=" + ForShell(folder);
+    played_->run = RunQgis(played_->profile.Path(),
+                           "ORLINTHS_SESSION=" + ForShell(list) +
+                               " ORLINTHS_EVENTS=" + ForShell(played_->events.Path()) + pictures);
+    played_->made = played_->place.Files();
+  }
+  static void TearDownTestSuite() {
+    delete played_;
+    played_ = nullptr;
+  }
+
+  const std::vector<std::string>& Names() const { return played_->names; }
+  const QgisRun& Run() const { return played_->run; }
+  const Bytes& Made() const { return played_->made; }
+  const Copy& Place() const { return played_->place; }
+  std::string Profile() const { return played_->profile.Path(); }
+  std::string Events(const std::string& name) const {
+    return WithoutProgress(ReadBytes(played_->events / (name + ".events")));
+  }
+  /// By class; the sessions that click one command once.
+  std::map<std::string, std::string> SessionOfEachTool() const {
+    std::map<std::string, std::string> sessions;
+    for (const std::string& name : Names())
+      if (const std::string tool = OnlyClick(kSessions + '/' + name + ".json"); Runs(tool)) {
+        EXPECT_FALSE(sessions.contains(tool)) << tool << " has two sessions";
+        sessions[tool] = name + ".json";
+      }
+    return sessions;
+  }
+  /// By class; the files in the history.
+  std::map<std::string, std::string> KeptRuns() const {
+    const std::string history = Profile() + "/profiles/default/orlinths/history";
+    std::map<std::string, std::string> runs;
+    for (const std::string& name : files::NamesIn(history)) {
+      EXPECT_NE(name.find(" succeeded"), name.npos) << name;
+      const std::string path = JoinPath(history, name);
+      EXPECT_TRUE(runs.emplace(OnlyClick(path), path).second) << name << " is a second run";
+    }
+    return runs;
+  }
+
+  /// What a line of the command line makes of fresh data in the folder where QGIS has played.
+  Bytes MadeBy(const std::string& words) const {
+    Place().Restore();
+    const TempFolder apart;
+    const std::string said = apart / "said.txt";
+    const int status =
+        Shell("cd " + ForShell(Place().Path()) + " && " + ForShell(ORLINTHS_PROGRAM) + ' ' + words +
+              " >" + ForShell(said) + " 2>&1");
+    EXPECT_EQ(status, 0) << words << '\n' << ReadBytes(said);
+    return Place().Files();
+  }
+
+ private:
+  struct Played {
+    Copy place;
+    TempFolder events, profile;
+    std::vector<std::string> names;
+    QgisRun run;
+    Bytes made;
+  };
+  static Played* played_;
+};
+SessionsInQgis::Played* SessionsInQgis::played_ = nullptr;
+
+TEST_F(SessionsInQgis, EndAsOnTheCommandLine) {
+  ASSERT_FALSE(Names().empty());
+  EXPECT_EQ(Run().status, 0) << Run().said;
   const Copy byCommandLine;
-  const TempFolder events, profile;
-  std::vector<std::string> names, sessions;
-  for (const std::string& name : files::NamesIn(kSessions)) {
-    if (!name.ends_with(".json")) continue;
-    names.push_back(StemOf(name));
-    sessions.push_back(JoinPath(byQgis.Path(), name));
-  }
-  ASSERT_FALSE(names.empty());
-  const QgisRun run = PlayInQgis(sessions, events.Path(), profile);
-  EXPECT_EQ(run.status, 0) << run.said;
-  for (const std::string& name : names) {
+  const TempFolder apart;
+  const std::string events = apart / "events.txt";
+  for (const std::string& name : Names()) {
     SCOPED_TRACE(name);
-    EXPECT_EQ(WithoutProgress(ReadBytes(events / (name + ".events"))),
-              Play(byCommandLine.Path(), name + ".json"));
+    EXPECT_EQ(Shell("cd " + ForShell(byCommandLine.Path()) + " && " + ForShell(ORLINTHS_PROGRAM) +
+                    " play " + ForShell(name + ".json") + " --json >" + ForShell(events)),
+              0);
+    EXPECT_EQ(Events(name), WithoutProgress(ReadBytes(events)));
   }
-  ExpectSameFiles(byQgis, byCommandLine);
+  ExpectSame(Made(), byCommandLine.Files());
+}
 
-  // What QGIS has kept of these runs, each from the start.
-  std::map<std::string, std::vector<std::string>> sessionsOf, runsOf;
-  for (const std::string& name : names)
-    sessionsOf[OnlyClick(kSessions + '/' + name + ".json")].push_back(name);
-  const std::string history = profile / "profiles/default/orlinths/history";
-  ASSERT_TRUE(files::FolderExists(history));
-  for (const std::string& name : files::NamesIn(history)) {
-    runsOf[OnlyClick(JoinPath(history, name))].push_back(JoinPath(history, name));
-    EXPECT_NE(name.find(" succeeded"), name.npos) << name;
-  }
-  RegisterTools();
-  std::vector<std::string> clicked, replayed;
-  for (const auto& [className, ofClass] : sessionsOf) {
-    if (className.empty() || ofClass.size() != 1) continue;
-    clicked.push_back(className);
-    SCOPED_TRACE(className);
-    const auto& runs = runsOf[className];
-    ASSERT_EQ(runs.size(), 1U);
-    const Copy expected;
-    Play(expected.Path(), ofClass.front() + ".json");
-    byQgis.Restore();
-    Play(byQgis.Path(), runs.front());
-    ExpectSameFiles(byQgis, expected);
+TEST_F(SessionsInQgis, TheHistoryDoesEveryRunAgainAndSavesAndCopiesIt) {
+  const auto sessions = SessionOfEachTool();
+  const auto keptRuns = KeptRuns();
+  EXPECT_GT(sessions.size(), 10U);
+  ASSERT_EQ(keptRuns.size(), sessions.size());
+  const TempFolder results;
+  const QgisRun run = RunQgis(
+      Profile(),
+      "ORLINTHS_LIFE=panel_shown,every_run,layers_are_added,data_are_gone ORLINTHS_SESSIONS=" +
+          ForShell(kSessions) + " ORLINTHS_WORK=" + ForShell(Place().Path()) +
+          " ORLINTHS_RESULTS=" + ForShell(results.Path()),
+      "--code " + ForShell(ORLINTHS_SCRIPTS "/history.py"));
+  ASSERT_EQ(run.status, 0) << run.said;
+  ASSERT_NE(run.said.find("life: done"), std::string::npos) << run.said;
 
-    // And as the line that "Copy command line" gives, in a shell.
-    byQgis.Restore();
-    WrittenPaths written;
-    const std::string line = CommandLineText(ReadSession(runs.front(), written), runs.front());
+  const std::set<std::string> kDraw = {"clsRndPnt"};  // other points each time
+  for (const auto& [tool, sessionName] : sessions) {
+    SCOPED_TRACE(tool);
+    const std::string folder = results / tool;
+    const Bytes expected = MadeBy("play " + ForShell(sessionName));
+    ExpectSame(MadeBy("play " + ForShell(JoinPath(folder, "saved.json"))), expected);
+    const std::string line = ReadBytes(JoinPath(folder, "line.txt"));
     ASSERT_EQ(line.compare(0, kProgram.size(), kProgram), 0) << line;
-    EXPECT_EQ(Shell("cd " + ForShell(byQgis.Path()) + " && " + ForShell(ORLINTHS_PROGRAM) +
-                    line.substr(kProgram.size()) + " >/dev/null 2>&1"),
-              0)
-        << line;
-    ExpectSameFiles(byQgis, expected);
-    replayed.push_back(className);
+    ExpectSame(MadeBy(line.substr(kProgram.size())), expected);
+
+    // Run again: the same but for the time, also in the history.
+    const Bytes again = BytesIn(JoinPath(folder, "again"));
+    const std::string keptAgain = ReadBytes(JoinPath(folder, "again.txt"));
+    ExpectSame(again, MadeBy("play " + ForShell(keptAgain)));
+    Session then = SessionIn(keptRuns.at(tool)), now = SessionIn(keptAgain);
+    EXPECT_NE(now.clock, then.clock);
+    now.clock = then.clock;
+    EXPECT_EQ(SessionText(now, "/"), SessionText(then, "/"));
+    if (kDraw.contains(tool))
+      EXPECT_EQ(NamesOf(again), NamesOf(expected));
+    else
+      ExpectSame(WithoutDays(again), WithoutDays(expected));
   }
-  EXPECT_EQ(replayed, clicked);
-  EXPECT_GT(clicked.size(), 10U);
 }
 
 }  // namespace

@@ -1,45 +1,19 @@
-"""Runs inside QGIS: the plugin is switched off and on, projects come and go, QGIS is left. ORLINTHS_LIFE names what is tried.
-
-Every line that is printed with "life: " is read by the test that starts QGIS; "life: done" is the last."""
+"""Runs inside QGIS: the plugin is switched off and on, projects come and go, QGIS is left. ORLINTHS_LIFE names what is tried."""
 
 import os
 import shutil
-import traceback
 
-from qgis.core import QgsProject, QgsVectorLayer
+from hands import PREFIX, actions, canvas, choose, click, is_ours, leave, need, project, run, say, settle, type_into
+from hands import window, with_dialog
+from qgis.core import QgsLocator, QgsLocatorContext, QgsVectorLayer
 from qgis.gui import QgsGui
-from qgis.PyQt.QtCore import QCoreApplication, QEvent, QObject, QPoint, Qt, QTimer
+from qgis.PyQt import sip
+from qgis.PyQt.QtCore import QCoreApplication, QEvent, QLocale, QObject, QPoint, Qt, QTimer
 from qgis.PyQt.QtGui import QKeySequence, QMouseEvent
-from qgis.PyQt.QtWidgets import QAbstractButton, QAction, QApplication, QComboBox, QDockWidget, QLineEdit, QListView, QMenu
-from qgis.PyQt.QtWidgets import QMessageBox, QToolBar
+from qgis.PyQt.QtWidgets import QApplication, QComboBox, QDockWidget, QListView, QMenu, QToolBar
 from qgis.utils import iface
 
-PREFIX = "OrlinthsTools3."
 DATA = os.environ["ORLINTHS_DATA"]
-window, canvas, project = iface.mainWindow(), iface.mapCanvas(), QgsProject.instance()
-
-
-def say(what):
-    print("life:", what, flush=True)
-
-
-def need(truth, what):
-    if not truth:
-        raise AssertionError(what)
-
-
-def settle():
-    QCoreApplication.sendPostedEvents(None, QEvent.DeferredDelete)
-    for _ in range(5):
-        QCoreApplication.processEvents()
-
-
-def actions():
-    return {a.objectName()[len(PREFIX) :]: a for a in window.findChildren(QAction) if is_ours(a.objectName())}
-
-
-def is_ours(name):
-    return name.startswith(PREFIX + "cls") and not name.endswith("MenuAction")
 
 
 def traces():
@@ -73,43 +47,6 @@ def switch(on):
         need("locator OrlinthsLocator" in traces(), f"not in the locator: {traces()}")
     else:
         need(not traces(), f"left over: {traces()}")
-
-
-def agree(box):
-    (box.button(QMessageBox.Yes) or box.button(QMessageBox.Ok)).click()
-
-
-def with_dialog(class_name, use, on_message=agree):
-    """Clicks a command and uses its dialog; messages are read and answered. Gives the dialogs that came."""
-    seen, failures = [], []
-
-    def look():
-        widget = QApplication.activeModalWidget()
-        if isinstance(widget, QMessageBox):
-            say("message " + widget.text().replace("\n", " "))
-            on_message(widget)
-        elif widget is not None and not seen:
-            seen.append(widget.objectName())
-            try:
-                use(widget)
-            except Exception:
-                failures.append(traceback.format_exc())
-            QTimer.singleShot(0, widget.close)
-
-    def again():
-        """Also while `use` is at work: a timer of its own for every look."""
-        if not watching:
-            return
-        QTimer.singleShot(5, again)
-        look()
-
-    watching = [True]
-    again()
-    actions()[class_name].trigger()
-    watching.clear()
-    need(not failures, "".join(failures))
-    settle()
-    return seen
 
 
 def layers_offered():
@@ -160,6 +97,29 @@ def switched_off_and_on():
         switch(True)
         need(sorted(traces()) == before, f"not the same as before: {set(traces()) ^ set(before)}")
         need(layers_offered() == ["nests"], "layers after")
+
+
+def in_the_language_of_its_user():
+    """The commands keep their words, and are found by them, whatever language and direction QGIS has."""
+    locale = os.environ.get("ORLINTHS_TEST_LOCALE", "")
+    need(locale == "" or QLocale().name() == locale.split(".")[0], f"{QLocale().name()} for {locale}")
+    need(locale == "" or QCoreApplication.translate("QgisApp", "Ready") != "Ready", "QGIS speaks English")
+    menus = window.menuBar()
+    for title in ("OrlinthsTools", "Kernel Tools"):
+        found = [action.menu() for action in menus.actions() if action.text().replace("&", "") == title]
+        need(len(found) == 1, f"{title} among {[action.text() for action in menus.actions()]}")
+        menus = found[0]
+    need(actions()["clsKernel"] in menus.actions(), "not in its menu")
+    locator, results = sip.cast(window.findChild(QObject, "OrlinthsLocator").parent(), QgsLocator), []
+    locator.foundResult.connect(results.append)
+    locator.fetchResults("orl fixed kernel", QgsLocatorContext())
+    for _ in range(2000):
+        if not locator.isRunning() and results:
+            break
+        settle()
+    locator.foundResult.disconnect(results.append)
+    names = [result.displayString for result in results]
+    need("Fixed Kernel Density Estimator" in names, f"found {names}")
 
 
 def shortcuts_stay():
@@ -231,18 +191,11 @@ def left_with_a_dialog_open():
     need(not [d for d in QApplication.topLevelWidgets() if d.objectName() == "frmAddXY" and d.isVisible()], "open")
 
 
-def choose(dialog, name, item):
-    box = dialog.findChild(QComboBox, name)
-    box.setCurrentIndex(box.findText(item))
-    box.activated.emit(box.currentIndex())
-
-
 def add_xy(dialog):
     choose(dialog, "cmbL", "nests")
-    for name, text in (("txtXFldName", "AT_X"), ("txtYFldName", "AT_Y")):
-        dialog.findChild(QLineEdit, name).selectAll()
-        dialog.findChild(QLineEdit, name).insert(text)
-    dialog.findChild(QAbstractButton, "btnOK").click()
+    type_into(dialog, "txtXFldName", "AT_X")
+    type_into(dialog, "txtYFldName", "AT_Y")
+    click(dialog, "btnOK")
 
 
 def a_run():
@@ -277,28 +230,4 @@ def left_switched_off():
     switch(False)
 
 
-def leave():
-    """As QGIS is left by its menu: the project first, or QGIS 3.22 may look for layers in what it has given up."""
-    if hasattr(leave, "timer"):
-        return
-    project.clear()
-    project.setDirty(False)
-    leave.timer = QTimer()
-    leave.timer.timeout.connect(lambda: QCoreApplication.exit(0))
-    leave.timer.start(50)
-
-
-def main():
-    try:
-        for name in os.environ["ORLINTHS_LIFE"].split(","):
-            iface.newProject(False)
-            globals()[name]()
-            say(name)
-        say("done")
-    except BaseException:
-        say(traceback.format_exc())
-    finally:
-        leave()
-
-
-QTimer.singleShot(0, main)
+run([globals()[name] for name in os.environ["ORLINTHS_LIFE"].split(",")])
