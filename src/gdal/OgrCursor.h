@@ -64,8 +64,9 @@ class OgrCursor final : public SourceCursor {
   bool flatRings_ = false;
   bool letGo_ = false;
   ReaderPtr reader_;
-  /// Rows read ahead, so that what OGR says is collected once for many of them.
-  std::array<OGRFeatureUniquePtr, 32> ahead_;
+  /// Rows read ahead, so that what OGR says is collected once for many of them, and a database is
+  /// asked once for a range of them.
+  std::array<OGRFeatureUniquePtr, 256> ahead_;
   std::size_t aheadAt_ = 0, aheadEnd_ = 0;
   std::size_t aheadFrom_ = 0;  ///< place in the list of what was first asked for
   std::size_t mostAhead_ = 1;  ///< rows of a shared reader: more while nobody else edits
