@@ -121,6 +121,10 @@ DbfText::DbfText(const std::string& encoding) {
   if (converters_->encode == reinterpret_cast<iconv_t>(-1) ||
       converters_->decode == reinterpret_cast<iconv_t>(-1))
     throw RuntimeError::Platform("The text encoding " + encoding + " is not known here.");
+  // Names in the header end at a zero byte, and columns are filled with blanks of one byte.
+  if (Encode("A ") != "A ")
+    throw RuntimeError::Platform("The text encoding " + encoding +
+                                 " cannot be that of a dBASE table.");
   std::string ascii(128, '\0');
   std::iota(ascii.begin(), ascii.end(), '\0');
   converters_->keepsAscii = Decode(ascii) == ascii;

@@ -15,7 +15,7 @@ std::string DbfEncoding(const std::optional<std::string>& cpg, std::uint8_t lang
 
 class DbfText {
  public:
-  /// A platform error for an encoding that is not known here.
+  /// A platform error for an encoding that is not known here, or in which a letter is no byte.
   explicit DbfText(const std::string& encoding);
   ~DbfText();
   DbfText(DbfText&&) noexcept;

@@ -257,6 +257,21 @@ TEST_F(ShapefileStoreTest, TextOfAnotherEncodingStaysAndNewTextJoinsIt) {
   EXPECT_EQ(ReadBytes(folder / "l.cpg"), "ISO-8859-1");
 }
 
+TEST_F(ShapefileStoreTest, AnEncodingOfTwoByteLettersIsNoneOfATable) {
+  for (const char* encoding : {"UTF-16", "UCS-2", "UTF-32", "EBCDIC-US"}) {
+    MakePoints(folder / "p.shp", 3);
+    WriteBytes(folder / "p.cpg", encoding);
+    const Files before = Snapshot(folder.Path());
+    {
+      auto store = ShapefileStore::At(folder / "p.shp");
+      EXPECT_EQ(ErrorOf([&] { store->AddField(MakeColumn("NEW", FieldType::kDouble)); }), kPlatform)
+          << encoding;
+    }
+    EXPECT_EQ(Snapshot(folder.Path()), before);
+    for (const auto& [name, bytes] : before) files::DeleteFile(folder / name);
+  }
+}
+
 TEST_F(ShapefileStoreTest, OtherProgramsColumnsStayAsTheyAre) {
   const Files before = [&] {
     MakePoints(folder / "p.shp", 3);
