@@ -152,6 +152,19 @@ QMetaType::Type QtTypeFor(FieldType type) {
   }
 }
 
+/// Where the provider has no such type: days without times, and, in SpatiaLite, all whole numbers
+/// of 64 bits.
+QMetaType::Type NextBest(QMetaType::Type type) {
+  switch (type) {
+    case QMetaType::QDateTime:
+      return QMetaType::QDate;
+    case QMetaType::Int:
+      return QMetaType::LongLong;
+    default:
+      return type;
+  }
+}
+
 using NativeType = QgsVectorDataProvider::NativeType;
 
 std::optional<NativeType> NativeFor(FieldType type, QMetaType::Type qtType,
@@ -187,8 +200,8 @@ QgsField ToQgisField(const Field& field, const QgsVectorDataProvider& provider) 
     throw RuntimeError::Platform("A second geometry field cannot be added: " + field.name + ".");
   QMetaType::Type type = QtTypeFor(field.type);
   auto native = NativeFor(field.type, type, provider);
-  if (!native && type == QMetaType::QDateTime) {
-    type = QMetaType::QDate;
+  if (!native) {
+    type = NextBest(type);
     native = NativeFor(field.type, type, provider);
   }
   if (!native)

@@ -263,12 +263,31 @@ TEST_F(ProviderEdits, PolygonsKeepTheirHolesAndTheirZ) {
   EXPECT_TRUE(ShapeOf(*polygons, 3).IsNull());
 }
 
+TEST_F(ProviderEdits, SpatialiteTakesFieldsOfEveryType) {
+  WriteWithQgis(*layer, folder / "a.sqlite");
+  const FeatureClassPtr table = OpenProviderClass(*AddStored(folder / "a.sqlite"));
+  const std::vector<std::pair<Field, Value>> cases = {
+      {Named("SMALL", FieldType::kSmallInteger), Value(std::int16_t{-7})},
+      {Named("WHOLE", FieldType::kInteger), Value(2147483647)},
+      {Named("ONE", FieldType::kSingle), Value(0.5F)},
+      {Named("TWO", FieldType::kDouble), Value(0.1)},
+      {Named("WORD", FieldType::kText, 8), Value("oak")}};
+  for (const auto& [field, value] : cases) table->AddField(field);
+  const CursorPtr rows = table->Update();
+  IRow* row = rows->Next();
+  for (const auto& [field, value] : cases) row->SetValue(table->FindField(field.name), value);
+  rows->UpdateRow(*row);
+  rows->Flush();
+  const CursorPtr written = table->Search();
+  const IRow* first = written->Next();
+  for (const auto& [field, value] : cases)
+    EXPECT_EQ(ToText(first->GetValue(table->FindField(field.name))), ToText(value)) << field.name;
+}
+
 /// A provider of which a part fails says so once; the layer is whole.
 TEST_F(ProviderEdits, ThatTheDatabaseRefusesAreTold) {
   WriteWithQgis(*layer, folder / "a.sqlite");
-  QgsVectorLayer* stored =
-      Add(QStringLiteral("dbname='%1' table=\"sketch\" (geometry)").arg(ToQt(folder / "a.sqlite")),
-          "spatialite", "stored");
+  QgsVectorLayer* stored = AddStored(folder / "a.sqlite");
   const FeatureClassPtr table = OpenProviderClass(*stored);
   const int name = table->FindField("NAME");
   const auto change = [&] {
@@ -299,9 +318,7 @@ TEST_F(ProviderEdits, ThatTheDatabaseRefusesAreTold) {
 
 TEST_F(ProviderEdits, ThatOnlyTheEndOfACursorCouldTellAreToldWhenTheRunEnds) {
   WriteWithQgis(*layer, folder / "a.sqlite");
-  QgsVectorLayer* stored =
-      Add(QStringLiteral("dbname='%1' table=\"sketch\" (geometry)").arg(ToQt(folder / "a.sqlite")),
-          "spatialite", "stored");
+  QgsVectorLayer* stored = AddStored(folder / "a.sqlite");
   const FeatureClassPtr table = OpenProviderClass(*stored);
   {
     const CursorPtr rows = table->Insert();

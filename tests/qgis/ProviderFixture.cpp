@@ -66,6 +66,12 @@ void ProviderFixture::WriteWithQgis(QgsVectorLayer& layer, const std::string& pa
       << FromQt(why);
 }
 
+QgsVectorLayer* ProviderFixture::AddStored(const std::string& path, const char* name,
+                                           const char* filter) {
+  const QString source = QStringLiteral("dbname='%1' table=\"sketch\" (geometry) sql=%2");
+  return Add(source.arg(ToQt(path), QString::fromUtf8(filter)), "spatialite", name);
+}
+
 std::vector<std::string> FieldsOf(const ITable& table) {
   std::vector<std::string> texts;
   for (int i = table.HasShape() ? 2 : 1; i < table.Fields().FieldCount(); ++i) {

@@ -30,6 +30,9 @@ class ProviderFixture : public ::testing::Test {
   static void AddRow(QgsVectorLayer& layer, const char* wkt, const QVariantList& values = {});
   /// Writes a layer with QGIS; the format follows the path's ending.
   static void WriteWithQgis(QgsVectorLayer& layer, const std::string& path);
+  /// A layer of the project on a SpatiaLite table that WriteWithQgis has written.
+  QgsVectorLayer* AddStored(const std::string& path, const char* name = "stored",
+                            const char* filter = "");
 
   TempFolder folder;
   QgsProject& project = *QgsProject::instance();

@@ -55,9 +55,7 @@ TEST_F(ProviderReading, OfSpatialiteAndAVirtualLayerEqualsTheFile) {
   const std::vector<std::string> expected = RowsOf(*OpenProviderClass(*copy));
   ASSERT_THAT(expected, Not(IsEmpty()));
   WriteWithQgis(*copy, folder / "a.sqlite");
-  QgsVectorLayer* spatialite =
-      Add(QStringLiteral("dbname='%1' table=\"sketch\" (geometry)").arg(ToQt(folder / "a.sqlite")),
-          "spatialite", "stored");
+  QgsVectorLayer* spatialite = AddStored(folder / "a.sqlite");
   const FeatureClassPtr stored = OpenProviderClass(*spatialite);
   EXPECT_EQ(stored->PathName(), folder.Path()) << "there is a file behind it";
   std::vector<std::string> names = FieldsOf(*stored);
@@ -305,9 +303,7 @@ TEST_F(ProviderFilters, OfTheLayerHideRowsFromReadersAndNotFromEdits) {
 
 TEST_F(ProviderFilters, OfALayerInADatabaseLeaveTheRestToEdits) {
   WriteWithQgis(*layer, folder / "a.sqlite");
-  QgsVectorLayer* stored =
-      Add(QStringLiteral("dbname='%1' table=\"sketch\" (geometry)").arg(ToQt(folder / "a.sqlite")),
-          "spatialite", "stored");
+  QgsVectorLayer* stored = AddStored(folder / "a.sqlite");
   const QString filter = QStringLiteral("\"k\" > 10");
   ASSERT_TRUE(stored->setSubsetString(filter));
   const FeatureClassPtr whole = OpenProviderClass(*stored);
