@@ -12,6 +12,9 @@
 #include <qgsvectordataprovider.h>
 #include <qgsvectorlayer.h>
 
+#include <optional>
+
+#include "qgis/KeptSelection.h"
 #include "qgis/LayerBridge.h"
 #include "runtime/Files.h"
 #include "runtime/Value.h"
@@ -34,6 +37,15 @@ FileStamps StampsOf(const QgsMapLayer& layer) {
   path = path.substr(0, path.find('|'));
   const std::string stem = JoinPath(FolderOf(path), StemOf(path));
   return {StampOfFile(path), StampOfFile(stem + ".dbf"), StampOfFile(stem + ".prj")};
+}
+
+/// A database, whose file stays while its rows change. A shapefile of the same name is another one,
+/// even where the system has given its file the old one's number.
+bool IsWrittenInPlace(const QgsMapLayer& layer, const FileStamps& before, const FileStamps& now) {
+  const auto file = [](const FileStamps& stamps) {
+    return stamps.data.substr(0, stamps.data.find(' '));
+  };
+  return FileBehind(layer).find("|layername=") != std::string::npos && file(before) == file(now);
 }
 
 void ReadAnew(QgsMapLayer& layer) {
@@ -78,9 +90,16 @@ void LayerReload::ReloadChanged() {
     if (known->second == now) continue;
     FileStamps tableOnly = known->second;
     tableOnly.table = now.table;
-    const bool looksTheSame = tableOnly == now && layer->isValid() && !ShowsAttributes(*layer);
+    const bool isTableOnly = tableOnly == now;
+    const bool looksTheSame = isTableOnly && layer->isValid() && !ShowsAttributes(*layer);
+    const bool hasSameRows = isTableOnly || IsWrittenInPlace(*layer, known->second, now);
     known->second = std::move(now);
-    ReadAnew(*layer);
+    {
+      std::optional<KeptSelection> selection;  // of other rows it would say nothing
+      auto* vector = qobject_cast<QgsVectorLayer*>(layer);
+      if (vector != nullptr && hasSameRows) selection.emplace(*vector);
+      ReadAnew(*layer);
+    }
     if (!looksTheSame) layer->triggerRepaint();
   }
 }

@@ -72,7 +72,7 @@ class ProviderSource : public std::enable_shared_from_this<ProviderSource> {
   [[noreturn]] void Rename(const std::string& name) const;
   /// Writes what is pending, and raises what failed when an earlier writing could not say so.
   void Write();
-  /// The same, and QGIS shows it.
+  /// The same, and QGIS shows it, also in other layers on the same table.
   void Commit();
 
  private:

@@ -5,11 +5,13 @@
 #include <utility>
 
 #include "data/RowBuffer.h"
+#include "qgis/KeptSelection.h"
 #include "qgis/ProviderCursor.h"
 #include "qgis/ProviderShapes.h"
 #include "qgis/ProviderSource.h"
 #include "qgis/ProviderValues.h"
 #include "qgis/Text.h"
+#include "qgis/TwinLayers.h"
 #include "runtime/Ports.h"
 #include "runtime/Trap.h"
 
@@ -173,9 +175,13 @@ void ProviderSource::Commit() {
   if (!Exists()) return;
   const AtScopeEnd shown([this] {
     if (!std::exchange(isChanged_, false) || !Exists()) return;
-    layer_->dataProvider()->reloadData();
+    {
+      const KeptSelection selection(*layer_);
+      layer_->dataProvider()->reloadData();
+    }
     layer_->updateExtents();
     layer_->triggerRepaint();
+    ShowInTwins(*layer_);
   });
   Write();
 }

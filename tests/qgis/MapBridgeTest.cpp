@@ -13,6 +13,7 @@
 
 #include "data/SpatialReference.h"
 #include "data/Workspace.h"
+#include "qgis/LayerBridge.h"
 #include "qgis/Text.h"
 #include "runtime/RuntimeError.h"
 #include "runtime/Trap.h"
@@ -266,6 +267,29 @@ TEST_F(MapBridgeTest, NewFieldsAndRecordsAreSeenWhenTheWorkIsDone) {
   EXPECT_EQ(layer->featureCount(), before + 1);
   EXPECT_EQ(layer->getFeature(before).attribute(field).toDouble(), 4.5);
   EXPECT_EQ(reloads, 0);
+}
+
+TEST_F(MapBridgeTest, WhatIsSelectedStaysSoWhenColumnsCome) {
+  QgsVectorLayer* layer = AddVector("meadows.shp", "meadows");
+  layer->selectByIds({1, 2});
+  Features(0).FeatureClass().AddField(Field("NEW", FieldType::kDouble));
+  CommitAllEdits();
+  map.WorkDone();
+  EXPECT_GE(layer->fields().lookupField(QStringLiteral("NEW")), 0);
+  EXPECT_EQ(layer->selectedFeatureIds(), QgsFeatureIds({1, 2}));
+}
+
+TEST_F(MapBridgeTest, WhatWasSelectedIsNotWhereAnotherFileHasTakenTheName) {
+  QgsVectorLayer* layer = AddVector("meadows.shp", "meadows");
+  layer->selectByIds({1, 2});
+  map.TopLayers();
+  const std::string path = FileBehind(*layer);
+  const std::string other = std::string(ORLINTHS_SESSIONS) + "/data/";
+  for (const char* ending : {".shp", ".shx", ".dbf"})
+    std::filesystem::copy_file(other + "forest" + ending, path.substr(0, path.size() - 4) + ending,
+                               std::filesystem::copy_options::overwrite_existing);
+  map.WorkDone();
+  EXPECT_EQ(layer->selectedFeatureIds(), QgsFeatureIds());
 }
 
 TEST_F(MapBridgeTest, TheProjectsReferenceIsTheMaps) {
