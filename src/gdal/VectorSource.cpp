@@ -51,6 +51,12 @@ std::string CanonicalPath(const std::string& path) {
   return failure ? path : canonical.string();
 }
 
+void RaiseTwoMeanings(const std::string& where, const std::string& oidName,
+                      const std::string& column) {
+  throw RuntimeError::Platform("The expression cannot be read: " + where + ": " + oidName +
+                               " cannot be told from the column " + column + ".");
+}
+
 VectorSource::~VectorSource() = default;
 
 std::shared_ptr<VectorSource> VectorSource::Find(const std::string& key) {
@@ -149,8 +155,13 @@ std::string VectorSource::SetWhere(Reader& reader, const std::string& where) con
     return {};
   }
   const std::string& oidName = Fields()[0].name;
-  const bool oidIsColumn = reader.layer->GetLayerDefn()->GetFieldIndex(oidName.c_str()) >= 0;
+  OGRFeatureDefn& defn = *reader.layer->GetLayerDefn();
+  const bool oidIsColumn = defn.GetFieldIndex(oidName.c_str()) >= 0;
   std::string text = ToOgrWhere(where, Dialect(), oidIsColumn ? "" : oidName, FidColumn());
+  const int column = defn.GetFieldIndex("FID");
+  if (column >= 0 && !oidIsColumn && Dialect() == orlinths::Dialect::kOgr &&
+      text != ToOgrWhere(where, Dialect(), "", FidColumn()))
+    RaiseTwoMeanings(where, oidName, defn.GetFieldDefn(column)->GetNameRef());
   if (reader.layer->SetAttributeFilter(text.c_str()) != OGRERR_NONE) {
     reader.layer->SetAttributeFilter(nullptr);
     RaiseGdal("The expression cannot be read: " + where);

@@ -178,6 +178,11 @@ SourcePtr CreateShapefileSource(const std::string& path, const GeometryDef& geom
 SourcePtr CreateDbfSource(const std::string& path, const Fields& fields);
 SourcePtr OpenOgrSource(const std::string& path, const std::string& layer);
 
+/// For an expression that names the object id by `oidName`, which the evaluator knows only by the
+/// name that `column` has too.
+[[noreturn]] void RaiseTwoMeanings(const std::string& where, const std::string& oidName,
+                                   const std::string& column);
+
 /// A full path without dots, links as they are: what users are shown. And one spelling for all ways
 /// to reach a file.
 std::string FullPath(const std::string& path);

@@ -208,5 +208,23 @@ TEST(Filter, KnowsTheObjectIdOfAPlainTable) {
   EXPECT_EQ(table->Select(filter).Oids(), (Oids{1}));
 }
 
+TEST(Filter, DoesNotTakeAColumnForTheObjectId) {
+  const TempFolder folder;
+  WriteOgr("ESRI Shapefile", folder / "t.dbf", wkbNone, {{"FID", OFTInteger, 4}},
+           {{"", {"1"}}, {"", {"0"}}});
+  const TablePtr table = OpenTableByPath(folder / "t.dbf");
+  QueryFilter filter;
+  filter.where = "FID = 1";
+  EXPECT_EQ(table->Select(filter).Oids(), (Oids{0})) << "the column";
+  filter.where = "OID = 1";
+  try {
+    table->Select(filter);
+    ADD_FAILURE() << "OGR would have looked into the column";
+  } catch (const RuntimeError& error) {
+    EXPECT_EQ(error.Description(),
+              "The expression cannot be read: OID = 1: OID cannot be told from the column FID.");
+  }
+}
+
 }  // namespace
 }  // namespace orlinths
