@@ -1,6 +1,6 @@
 // A million points (shape and two attributes) and 200,000 polygons with names, read through a
-// cursor against the same by OGR alone; and a column of a million rows filled through an update
-// cursor.
+// cursor against the same by OGR alone; the table of the points, with its shapes beside it and
+// alone; and a column of a million rows filled through an update cursor.
 #include <benchmark/benchmark.h>
 
 #include <gdal_priv.h>
@@ -169,6 +169,37 @@ void ReadPolygonsByCursor(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(PolygonSumByCursor());
 }
 BENCHMARK(ReadPolygonsByCursor)->Unit(benchmark::kMillisecond);
+
+/// Of the two columns of the points' table.
+double TableSum(const std::string& path) {
+  const TablePtr table = OpenTableByPath(path);
+  double sum = 0;
+  const CursorPtr rows = table->Search();
+  while (const IRow* row = rows->Next()) sum += row->GetDouble(1) + row->GetDouble(2);
+  return sum;
+}
+
+/// The same table without shapes beside it.
+std::string TableAlone() {
+  const std::string path = TheInput().folder + "/alone.dbf";
+  static const bool made = std::filesystem::copy_file(TheInput().folder + "/points.dbf", path) &&
+                           TableSum(path) == TableSum(TheInput().folder + "/points.dbf");
+  if (made) return path;
+  std::cerr << "A table alone and that of the shapefile do not read the same.\n";
+  std::exit(1);
+}
+
+void ReadTableAlone(benchmark::State& state) {
+  const std::string path = TableAlone();
+  for (auto _ : state) benchmark::DoNotOptimize(TableSum(path));
+}
+BENCHMARK(ReadTableAlone)->Unit(benchmark::kMillisecond);
+
+void ReadTableOfShapefile(benchmark::State& state) {
+  TableAlone();
+  for (auto _ : state) benchmark::DoNotOptimize(TableSum(TheInput().folder + "/points.dbf"));
+}
+BENCHMARK(ReadTableOfShapefile)->Unit(benchmark::kMillisecond);
 
 void FillColumnOfMillionRows(benchmark::State& state) {
   const FeatureClassPtr points = OpenFeatureClassByPath(TheInput().Path());

@@ -12,9 +12,13 @@
 namespace orlinths {
 namespace {
 
-/// Also what the file's own protection forbids, which on some systems does not keep a file from
-/// being deleted.
+/// Refuses what the file's own protection forbids, which on some systems does not keep a file from
+/// being deleted; and the table of a shapefile, whose shapes would be left without it.
 void DeleteWithoutForce(const std::string& path) {
+  if (const std::string dataset = DatasetOf(path);
+      LowerCase(dataset).ends_with(".shp") && !LowerCase(path).ends_with(".shp"))
+    throw RuntimeError::Platform(path + " is the table of the shapefile " + NameOf(dataset) +
+                                 " and cannot be deleted without it.");
   if (!files::IsWritable(path)) throw RuntimeError(ErrorNumber::kPermissionDenied);
   files::DeleteFile(path);
 }

@@ -19,6 +19,10 @@ FeatureClassPtr OpenFeatureClassByPath(const std::string& path);
 /// A table without geometry by its path (`x.dbf`, `x.csv`, ...).
 TablePtr OpenTableByPath(const std::string& path);
 
+/// One path for all that lead to the same data on disk: links are followed, and the table `x.dbf` of a shapefile gives its `x.shp`. What
+/// is no file is as it stands.
+std::string DatasetOf(const std::string& path);
+
 /// `fields` as MakeShapeFields builds them, attribute fields behind. A platform error when the name is taken or the folder or name is
 /// empty.
 FeatureClassPtr CreateFeatureClass(const std::string& folder, const std::string& name, const Fields& fields);

@@ -1,6 +1,12 @@
 // Shapefiles and dBASE tables: rows are read from their bytes, the store keeps pending edits and
 // writes. OGR evaluates expressions, and reads what is not plain.
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <optional>
 
 #include "gdal/Library.h"
 #include "gdal/ShapefileStore.h"
@@ -30,6 +36,35 @@ SpatialReferencePtr ReadPrj(const std::string& shpPath) {
   }
   return reference;
 }
+
+/// The table of damaged shapes for OGR, which would open those when it is asked for the table where
+/// it lies.
+class LinkToTable {
+ public:
+  explicit LinkToTable(const std::string& table) {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "orlinths-table-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) files::RaiseErrno(errno, pattern);
+    folder_ = pattern;
+    path_ = JoinPath(folder_, "table.dbf");
+    std::error_code failure;
+    std::filesystem::create_symlink(table, path_, failure);
+    if (failure) {
+      ::rmdir(folder_.c_str());
+      files::RaiseErrno(failure.value(), path_);
+    }
+  }
+  ~LinkToTable() {
+    ::unlink(path_.c_str());
+    ::rmdir(folder_.c_str());
+  }
+  LinkToTable(const LinkToTable&) = delete;
+  LinkToTable& operator=(const LinkToTable&) = delete;
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string folder_, path_;
+};
 
 class ShapefileSource final : public VectorSource {
  public:
@@ -97,10 +132,11 @@ class ShapefileSource final : public VectorSource {
     DropReaders();
   }
 
-  CursorPtr Insert() override;
-  Oid Append(IRow& row) {
-    const orlinths::Geometry* shape = HasShape() ? &row.Shape() : nullptr;
-    const Oid oid = store_->Append(shape, ValuesOf(row, FirstColumn(), values_));
+  CursorPtr Insert() override { return InsertRows(HasShape()); }
+  CursorPtr InsertWithoutShapes() override { return InsertRows(false); }
+  Oid Append(IRow& row, bool withShape) {
+    const orlinths::Geometry* shape = withShape ? &row.Shape() : nullptr;
+    const Oid oid = store_->Append(shape, ValuesOf(row, withShape ? 2 : 1, values_));
     ShapesChanged();
     return oid;
   }
@@ -144,10 +180,12 @@ class ShapefileSource final : public VectorSource {
     const char* const drivers[] = {"ESRI Shapefile", nullptr};
     CPLStringList options;
     options.SetNameValue("ENCODING", store_->Encoding().c_str());
+    std::optional<LinkToTable> alone;
+    if (!HasShape() && ShapefileStore::ShapefileOf(Path())) alone.emplace(Path());
     auto reader = std::make_shared<Reader>();
-    reader->dataset.reset(
-        GDALDataset::Open(Path().c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
-                          drivers, options.List()));
+    reader->dataset.reset(GDALDataset::Open(
+        (alone ? alone->Path() : Path()).c_str(),
+        GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, drivers, options.List()));
     if (!reader->dataset || reader->dataset->GetLayerCount() == 0)
       RaiseGdal("The file " + Path() + " cannot be opened.");
     reader->layer = reader->dataset->GetLayer(0);
@@ -206,6 +244,8 @@ class ShapefileSource final : public VectorSource {
   void EndUpdate() override { Commit(); }
 
  private:
+  CursorPtr InsertRows(bool withShapes);
+
   std::shared_ptr<ShapefileStore> store_;
   SpatialReferencePtr reference_;
   std::vector<Oid> removed_;  // since the last commit
@@ -216,7 +256,8 @@ class ShapefileSource final : public VectorSource {
 
 class InsertCursor final : public ICursor {
  public:
-  explicit InsertCursor(ShapefileSource& source) : source_(source) {}
+  InsertCursor(ShapefileSource& source, bool withShapes)
+      : source_(source), withShapes_(withShapes) {}
   ~InsertCursor() override {
     // The class may live on, as a layer of the map: what is done with it is left to others.
     Quietly([&] { source_.FinishAppending(); });
@@ -225,20 +266,21 @@ class InsertCursor final : public ICursor {
   Oid InsertRow(IRow& row) override {
     CheckStop();
     source_.CheckThere();
-    return source_.Append(row);
+    return source_.Append(row, withShapes_);
   }
   void Flush() override { source_.FlushAppended(); }
 
  private:
   ShapefileSource& source_;
+  bool withShapes_;
 };
 
-CursorPtr ShapefileSource::Insert() {
+CursorPtr ShapefileSource::InsertRows(bool withShapes) {
   CheckStop();
   CheckThere();
   store_->CheckWritable();
   Commit();  // rows are appended to the table as it will be
-  return std::make_unique<InsertCursor>(*this);
+  return std::make_unique<InsertCursor>(*this, withShapes);
 }
 
 SourcePtr Registered(const std::string& path, std::shared_ptr<ShapefileStore> store,
@@ -260,6 +302,18 @@ SourcePtr OpenShapefileSource(const std::string& path) {
   SourcePtr source = Registered(path, std::move(store), std::move(reference));
   source->CheckOpens();
   return source;
+}
+
+SourcePtr OpenShapefileOfTable(const std::string& dbf) {
+  CheckStop();
+  const std::optional<std::string> path = ShapefileStore::ShapefileOf(dbf);
+  if (!path) return nullptr;
+  SourcePtr source;
+  const bool isWhole = Quietly([&] {
+    source = OpenShapefileSource(*path);
+    ShapefileStore::At(*path)->CheckUndamaged();
+  });
+  return isWhole ? source : nullptr;
 }
 
 SourcePtr CreateShapefileSource(const std::string& path, const GeometryDef& geometry,

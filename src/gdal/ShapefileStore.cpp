@@ -195,15 +195,39 @@ std::shared_ptr<ShapefileStore> ShapefileStore::CreateShapefile(const std::strin
 std::shared_ptr<ShapefileStore> ShapefileStore::CreateDbf(const std::string& path,
                                                           const orlinths::Fields& fields) {
   CheckNewName(path, ".dbf");
+  for (const char* extension : {".shp", ".SHP"})
+    if (const std::string shapefile = WithoutExtension(path) + extension;
+        files::FileExists(shapefile) && !files::FileExists(path))
+      throw RuntimeError::Platform(path + " would be taken for the table of " + NameOf(shapefile) +
+                                   ".");
   return Create(FilesOf(path), nullptr, fields);
+}
+
+std::optional<std::string> ShapefileStore::ShapefileOf(const std::string& path) {
+  if (!files::FileExists(path)) return std::nullopt;
+  // A link may lie beside the shapes itself, or lead to a table that does.
+  const std::string table = CanonicalPath(path);
+  for (const std::string& base : {WithoutExtension(path), WithoutExtension(table)})
+    for (const char* extension : {".shp", ".SHP"}) {
+      const std::string shapefile = base + extension;
+      if (files::FileExists(shapefile) && FilesOf(CanonicalPath(shapefile)).dbf == table)
+        return shapefile;
+    }
+  return std::nullopt;
 }
 
 std::vector<std::string> ShapefileStoreImpl::Companions() const {
   const std::string folder = FolderOf(path_), start = NameOf(files_.Base()) + ".";
+  const std::vector<std::string> main = files_.Main();
   std::vector<std::string> companions;
   for (const std::string& name : files::NamesIn(folder)) {
     if (!name.starts_with(start)) continue;
     const std::string extension = LowerCase(name.substr(start.size()));
+    // Beside x.dbf there may be another table x.DBF.
+    const bool isMain = extension == "shp" || extension == "shx" || extension == "dbf";
+    const std::string file = JoinPath(folder, name);
+    if (isMain && files::FileExists(file) && std::ranges::count(main, CanonicalPath(file)) == 0)
+      continue;
     const bool isOurs =
         HasShape() ? IsOneOf(kShapefileExtensions, extension) || extension.ends_with(".atx")
                    : IsOneOf(kTableExtensions, extension);
@@ -226,6 +250,7 @@ std::vector<std::string> ShapefileStoreImpl::StaleIndexes(bool shapesChange) con
 }
 
 void ShapefileStoreImpl::Delete() {
+  CheckStandsAlone("it cannot be deleted");
   CheckWritable();
   Abandon();
   writer_.reset();
@@ -242,6 +267,7 @@ void ShapefileStoreImpl::Rename(const std::string& name) {
     stem.resize(stem.size() - extension.size());
   if (stem.empty() || stem.find('/') != std::string::npos)
     throw RuntimeError::Platform("\"" + name + "\" is no name for a dataset.");
+  CheckStandsAlone("it cannot be renamed");
   if (isEdited_) Commit();
   CloseWriter();
   CheckWritable();

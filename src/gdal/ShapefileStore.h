@@ -35,6 +35,10 @@ class ShapefileStore {
                                                          const Fields& fields);
   static std::shared_ptr<ShapefileStore> CreateDbf(const std::string& path, const Fields& fields);
 
+  /// The .shp whose table the .dbf at `path` is, by their names alone; nothing where none lies
+  /// beside it.
+  static std::optional<std::string> ShapefileOf(const std::string& path);
+
   virtual const std::string& Path() const = 0;  ///< of the .shp, or of the .dbf for a table
   virtual bool HasShape() const = 0;
   virtual GeometryDef Geometry() const = 0;  ///< without its reference when read from disk
@@ -50,6 +54,9 @@ class ShapefileStore {
 
   /// Error 70 when the dataset cannot be written by this user or another process is editing it.
   virtual void CheckWritable() const = 0;
+  /// A platform error for a shapefile without a table, or with another number of rows than of
+  /// shapes.
+  virtual void CheckUndamaged() const = 0;
 
   // --- pending edits; `field` is an index of Fields(). All raise errors at once: a value that does
   // not fit its column, field 0 or 1, a name that is taken or that dBASE cannot hold, deleting a

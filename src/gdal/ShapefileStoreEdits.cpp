@@ -183,6 +183,7 @@ void ShapefileStoreImpl::SetShape(Oid oid, const orlinths::Geometry& shape) {
 
 void ShapefileStoreImpl::DeleteRow(Oid oid) {
   CheckRow(oid);
+  if (deleted_.IsEmpty()) CheckStandsAlone("its rows cannot be deleted");
   BeginEdit();
   deleted_.Add(oid);
   isEdited_ = true;
@@ -191,6 +192,7 @@ void ShapefileStoreImpl::DeleteRow(Oid oid) {
 void ShapefileStoreImpl::OpenWriter() {
   if (writer_) return;
   if (isEdited_) Commit();
+  CheckStandsAlone("rows cannot be added");
   CheckUndamaged();
   CheckWritable();
   Recover(files_);

@@ -222,6 +222,13 @@ void ShapefileStoreImpl::CheckUndamaged() const {
                                  " and " + ToText(records_) + ". It cannot be edited.");
 }
 
+void ShapefileStoreImpl::CheckStandsAlone(const char* what) const {
+  if (!files_.shp.empty()) return;
+  if (const std::optional<std::string> shapefile = ShapefileOf(path_))
+    throw RuntimeError::Platform(path_ + " is the table of " + NameOf(*shapefile) + ": " + what +
+                                 " without the shapes.");
+}
+
 void ShapefileStoreImpl::CheckWritable() const {
   for (const std::string& file : files_.Main())
     if (!files::IsWritable(file)) throw RuntimeError(ErrorNumber::kPermissionDenied);

@@ -31,6 +31,7 @@ class ShapefileStoreImpl final : public ShapefileStore {
   bool IsDeleted(Oid oid) const override;
   Oid NextRow(Oid from) const override;
   void CheckWritable() const override;
+  void CheckUndamaged() const override;
 
   void AddField(const Field& field) override;
   void DeleteField(int field) override;
@@ -82,7 +83,8 @@ class ShapefileStoreImpl final : public ShapefileStore {
   std::string TableStamp() const;
 
   const RowSet& DeletedInFile() const;
-  void CheckUndamaged() const;
+  /// A platform error for the table of a shapefile that is opened alone, without its shapes.
+  void CheckStandsAlone(const char* what) const;
   void CheckRow(Oid oid) const;
   void BeginEdit();
   /// An edit that failed before it changed anything holds nothing.

@@ -75,6 +75,8 @@ class VectorSource : public std::enable_shared_from_this<VectorSource> {
   CursorPtr SearchOids(const std::vector<Oid>& oids, const QueryFilter& what);
   CursorPtr Update(const QueryFilter& filter);
   virtual CursorPtr Insert() = 0;
+  /// For rows that are their columns alone: the shapes are null where there are any.
+  virtual CursorPtr InsertWithoutShapes() { return Insert(); }
   const SpatialIndex& Index();
 
   virtual void AddField(const Field& field) = 0;
@@ -173,6 +175,9 @@ using SourcePtr = std::shared_ptr<VectorSource>;
 /// The shapefile or dBASE table at a path, and any other dataset that OGR opens (`layer` empty: its
 /// first).
 SourcePtr OpenShapefileSource(const std::string& path);
+/// The shapefile whose table the .dbf at the path is. Nothing where the table stands alone, and
+/// where the shapefile is damaged: does not open, or has other numbers of shapes and of rows.
+SourcePtr OpenShapefileOfTable(const std::string& dbf);
 SourcePtr CreateShapefileSource(const std::string& path, const GeometryDef& geometry,
                                 const Fields& fields);
 SourcePtr CreateDbfSource(const std::string& path, const Fields& fields);

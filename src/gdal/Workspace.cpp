@@ -2,7 +2,12 @@
 
 #include <unistd.h>
 
+#include <optional>
+#include <utility>
+
 #include "data/TableOver.h"
+#include "gdal/ShapefileStore.h"
+#include "gdal/ShapelessSource.h"
 #include "gdal/VectorSource.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
@@ -12,6 +17,7 @@ namespace {
 
 using FeatureClass = FeatureClassOver<VectorSource>;
 using PlainTable = TableOver<VectorSource, ITable>;
+using TableOfShapefile = TableOver<ShapelessSource, ITable>;
 
 FeatureClassPtr AsFeatureClass(SourcePtr source) {
   if (!source->HasShape())
@@ -22,6 +28,14 @@ FeatureClassPtr AsFeatureClass(SourcePtr source) {
 TablePtr AsTable(SourcePtr source) {
   if (source->HasShape()) return AsFeatureClass(std::move(source));
   return std::make_shared<PlainTable>(std::move(source));
+}
+
+/// Of a shapefile's table and its shapes there is one source, whichever of them is opened.
+TablePtr OpenDbf(const std::string& path) {
+  if (SourcePtr whole = OpenShapefileOfTable(path))
+    return std::make_shared<TableOfShapefile>(
+        std::make_shared<ShapelessSource>(std::move(whole), path));
+  return AsTable(OpenShapefileSource(path));
 }
 
 bool EndsIn(const std::string& path, std::string_view extension) {
@@ -74,12 +88,20 @@ FeatureClassPtr OpenFeatureClassByPath(const std::string& path) {
 }
 
 TablePtr OpenTableByPath(const std::string& path) {
-  if (EndsIn(path, ".dbf") && files::FileExists(path)) return AsTable(OpenShapefileSource(path));
+  if (EndsIn(path, ".dbf") && files::FileExists(path)) return OpenDbf(path);
   if (EndsIn(path, ".shp")) return OpenFeatureClassByPath(path);
   const std::string marker = "|layername=";
   const std::size_t at = path.find(marker);
   if (at == std::string::npos) return AsTable(OpenOgrSource(path, {}));
   return AsTable(OpenOgrSource(path.substr(0, at), path.substr(at + marker.size())));
+}
+
+std::string DatasetOf(const std::string& path) {
+  if (!files::FileExists(path)) return path;
+  if (EndsIn(path, ".dbf"))
+    if (const std::optional<std::string> shapefile = ShapefileStore::ShapefileOf(path))
+      return CanonicalPath(*shapefile);
+  return CanonicalPath(path);
 }
 
 FeatureClassPtr CreateFeatureClass(const std::string& folder, const std::string& name,

@@ -323,6 +323,20 @@ TEST_F(Datasets, CreateDbfReplacesWithoutForce) {
   EXPECT_EQ(messages.Text(), Texts{});
 }
 
+TEST_F(Datasets, TheTableOfAShapefileIsNotDeletedWithoutTheShapes) {
+  SpatialReferencePtr reference;
+  CreateShapefile(folder.Path(), "t", GeometryType::kPoint, false, false, reference, false);
+  const std::string before = ReadBytes(folder / "t.dbf");
+  std::optional<Fields> fields;
+  EXPECT_EQ(createDBF("t.dbf", folder.Path(), true, fields), nullptr);
+  EXPECT_FALSE(DeleteFile(folder.Path(), "t.dbf"));
+  const std::string why = "\r-2147467259\r" + (folder / "t.dbf") +
+                          " is the table of the shapefile t.shp and cannot be deleted without it.";
+  EXPECT_EQ(messages.Text(),
+            (Texts{"createDBF" + why, "DeleteFile\rDetected regular file." + why}));
+  EXPECT_EQ(ReadBytes(folder / "t.dbf"), before);
+}
+
 TEST_F(Datasets, WhatIsProtectedIsNotDeletedWithoutForce) {
   WriteBytes(folder / "t.dbf", "whatever");
   ASSERT_EQ(::chmod((folder / "t.dbf").c_str(), 0444), 0);
