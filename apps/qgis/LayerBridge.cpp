@@ -25,15 +25,16 @@ namespace {
 const QString kOgr = QStringLiteral("ogr"), kGdal = QStringLiteral("gdal"),
               kText = QStringLiteral("delimitedtext");
 
-/// Whichever layer of the project it is that edits the file.
+/// Whichever layer of the project it is that edits the data, be it a shapefile or its table.
 bool IsOpenForEditing(const QgsVectorLayer& layer) {
   if (layer.isEditable()) return true;
   const std::string file = FileBehind(layer);
   if (file.empty()) return false;
+  const std::string dataset = DatasetOf(file);
   const auto others = QgsProject::instance()->mapLayers();
   return std::any_of(others.begin(), others.end(), [&](const QgsMapLayer* other) {
     const auto* vector = qobject_cast<const QgsVectorLayer*>(other);
-    return vector != nullptr && vector->isEditable() && FileBehind(*vector) == file;
+    return vector != nullptr && vector->isEditable() && DatasetOf(FileBehind(*vector)) == dataset;
   });
 }
 
@@ -133,6 +134,16 @@ BridgedLayer BridgeRaster(QgsRasterLayer& layer) {
   return {LayerPtr(std::move(bridged)), {}};
 }
 
+/// A shapefile or dBASE table is one layer, and those in a folder are its layers.
+std::string FileOfLayer(const std::string& path, const std::string& layer) {
+  for (const char* extension : {".shp", ".dbf"})
+    if (LowerCase(path).ends_with(extension)) return path;
+  for (const char* extension : {".shp", ".SHP", ".dbf", ".DBF"})
+    if (const std::string file = JoinPath(path, layer + extension); files::FileExists(file))
+      return file;
+  return path + "|layername=" + layer;
+}
+
 template <class Layer>
 std::unique_ptr<QgsMapLayer> Make(const std::string& path, const std::string& name,
                                   const QString& provider) {
@@ -156,8 +167,8 @@ std::string FileBehind(const QgsMapLayer& layer) {
   if (provider == kGdal && path.endsWith(QStringLiteral(".adf")))
     return FolderOf(FromQt(path));  // a binary grid is named by its folder
   const QString inner = parts.value(QStringLiteral("layerName")).toString();
-  if (provider == kOgr && !inner.isEmpty()) path += QStringLiteral("|layername=") + inner;
-  return FromQt(path);
+  if (provider != kOgr || inner.isEmpty()) return FromQt(path);
+  return FileOfLayer(FromQt(path), FromQt(inner));
 }
 
 BridgedLayer Bridge(QgsMapLayer& layer) {

@@ -14,6 +14,7 @@
 
 #include <optional>
 
+#include "data/Workspace.h"
 #include "qgis/KeptSelection.h"
 #include "qgis/LayerBridge.h"
 #include "runtime/Files.h"
@@ -31,12 +32,18 @@ std::string StampOfFile(const std::string& path) {
          ToText(static_cast<std::int64_t>(state.st_mtim.tv_nsec));
 }
 
-FileStamps StampsOf(const QgsMapLayer& layer) {
-  std::string path = FileBehind(layer);
-  if (path.empty()) return {};
-  path = path.substr(0, path.find('|'));
+/// The file beside `path` with that extension, whatever case it is in.
+std::string StampBeside(const std::string& path, const char* lower, const char* upper) {
   const std::string stem = JoinPath(FolderOf(path), StemOf(path));
-  return {StampOfFile(path), StampOfFile(stem + ".dbf"), StampOfFile(stem + ".prj")};
+  return StampOfFile(stem + lower) + ' ' + StampOfFile(stem + upper);
+}
+
+/// Of a shapefile and of its table the same.
+FileStamps StampsOf(const QgsMapLayer& layer) {
+  const std::string file = FileBehind(layer);
+  if (file.empty()) return {};
+  const std::string named = file.substr(0, file.find('|')), path = DatasetOf(named);
+  return {StampOfFile(path), StampBeside(path, ".dbf", ".DBF"), StampBeside(named, ".prj", ".PRJ")};
 }
 
 /// A database, whose file stays while its rows change. A shapefile of the same name is another one,

@@ -133,6 +133,37 @@ TEST_F(MapBridgeTest, ALayerInEditModeIsReadAndRefusesEdits) {
   EXPECT_EQ(ErrorOf([&] { Features(0).FeatureClass().Update(); }), 0);
 }
 
+TEST_F(MapBridgeTest, AShapefileAndItsTableAreLockedTogether) {
+  QgsVectorLayer* table = AddVector("nests.dbf", "nest list");
+  QgsVectorLayer* shapes = AddVector("nests.shp", "nests");
+  QgsVectorLayer* ofFolder = AddVector("|layername=nests", "of the folder");
+  fs::create_directory_symlink(folder.Path(), folder / "link");
+  QgsVectorLayer* linked = AddVector("link/nests.shp", "linked");
+  for (QgsVectorLayer* edited : {table, shapes, ofFolder, linked}) {
+    SCOPED_TRACE(FromQt(edited->name()));
+    ASSERT_TRUE(edited->startEditing());
+    Click();
+    ASSERT_EQ(map.StandaloneTables().size(), 1U);
+    ITable& rows = map.StandaloneTables()[0]->Table();
+    EXPECT_GT(rows.RowCount(), 0);
+    EXPECT_EQ(ErrorOf([&] { rows.Update(); }), 70);
+    EXPECT_EQ(ErrorOf([&] { rows.AddField(Field("NEW", FieldType::kInteger)); }), 70);
+    for (const std::size_t i : {0U, 1U, 2U})
+      EXPECT_EQ(ErrorOf([&] { Features(i).FeatureClass().Update(); }), 70);
+    edited->rollBack();
+  }
+  Click();
+  EXPECT_EQ(ErrorOf([&] { map.StandaloneTables()[0]->Table().Update(); }), 0);
+  EXPECT_EQ(ErrorOf([&] { Features(0).FeatureClass().Update(); }), 0);
+}
+
+TEST_F(MapBridgeTest, ALayerOfAFolderIsItsFile) {
+  EXPECT_EQ(FileBehind(*AddVector("|layername=nests", "nests")), folder / "nests.shp");
+  EXPECT_EQ(FileBehind(*AddVector("nests.shp|layername=nests", "nests")), folder / "nests.shp");
+  EXPECT_EQ(FileBehind(*AddVector("none.gpkg|layername=nests", "nests")),
+            folder / "none.gpkg|layername=nests");
+}
+
 TEST_F(MapBridgeTest, TheTableOfAShapefileStandsAloneAndHasNoShapes) {
   const QgsVectorLayer* shown = AddVector("nests.dbf", "nest list");
   AddVector("nests.shp", "nests");

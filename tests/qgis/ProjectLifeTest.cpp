@@ -7,6 +7,7 @@
 #include <qgssinglesymbolrenderer.h>
 #include <qgsvectorlayer.h>
 
+#include <cctype>
 #include <filesystem>
 #include <memory>
 
@@ -160,6 +161,48 @@ TEST_F(ProjectLifeTest, ALayerIsDrawnAnewWhereItMayLookDifferent) {
   fs::last_write_time(folder / "meadows.shp", fs::file_time_type::clock::now());
   map.WorkDone();
   EXPECT_EQ(drawn, 1) << "other shapes";
+}
+
+TEST_F(ProjectLifeTest, AShapefileAndItsTableAreReadAnewTogether) {
+  const auto fieldOf = [](const QgsVectorLayer* layer, const char* name) {
+    return layer->fields().lookupField(QString::fromUtf8(name));
+  };
+  const QgsVectorLayer* shapes = Add("nests.shp", "nests");
+  const QgsVectorLayer* table = Add("nests.dbf", "nest list");
+  const auto rows = shapes->featureCount();
+  ASSERT_EQ(table->featureCount(), rows);
+  Names();
+  AddFieldTo("nests.shp");
+  map.WorkDone();
+  EXPECT_GE(fieldOf(shapes, "NEW"), 0);
+  EXPECT_GE(fieldOf(table, "NEW"), 0);
+
+  Names();
+  {
+    const TablePtr opened = OpenTableByPath(folder / "nests.dbf");
+    opened->AddField(Field("LATER", FieldType::kDouble));
+    const CursorPtr deleting = opened->Update();
+    deleting->DeleteRow(*deleting->Next());
+  }
+  CommitAllEdits();
+  map.WorkDone();
+  for (const QgsVectorLayer* layer : {shapes, table}) {
+    EXPECT_GE(fieldOf(layer, "LATER"), 0);
+    EXPECT_EQ(layer->featureCount(), rows - 1);
+  }
+}
+
+TEST_F(ProjectLifeTest, TheTableIsFoundWhateverItsCase) {
+  for (const char* ending : {".shp", ".shx", ".dbf"}) {
+    std::string upper = ending;
+    for (char& c : upper) c = static_cast<char>(std::toupper(c));
+    fs::rename(folder / (std::string("nests") + ending), folder / ("NESTS" + upper));
+  }
+  const QgsVectorLayer* shapes = Add("NESTS.SHP", "nests");
+  Names();
+  AddFieldTo("NESTS.SHP");
+  map.WorkDone();
+  EXPECT_GE(shapes->fields().lookupField(QStringLiteral("NEW")), 0);
 }
 
 TEST_F(ProjectLifeTest, AFilterOrAColourByValueShowsAttributes) {
