@@ -192,6 +192,16 @@ TEST_F(ProjectLifeTest, AShapefileAndItsTableAreReadAnewTogether) {
   }
 }
 
+TEST_F(ProjectLifeTest, OtherShapesAreDrawnAnewInALayerOfTheTable) {
+  QgsVectorLayer* table = Add("nests.dbf", "nest list");
+  int drawn = 0;
+  QObject::connect(table, &QgsMapLayer::repaintRequested, table, [&] { ++drawn; });
+  Names();
+  fs::last_write_time(folder / "nests.shp", fs::file_time_type::clock::now());
+  map.WorkDone();
+  EXPECT_EQ(drawn, 1) << "QGIS shows the shapes beside it";
+}
+
 TEST_F(ProjectLifeTest, TheTableIsFoundWhateverItsCase) {
   for (const char* ending : {".shp", ".shx", ".dbf"}) {
     std::string upper = ending;
