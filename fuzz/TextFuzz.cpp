@@ -39,7 +39,9 @@ void Numbers(const std::string& text) {
   Expect(std::abs(again - number) <= std::abs(number) * 1e-14);
   Quietly([&] { ToLong(Value(text)); });
   Quietly([&] { ToInteger(Value(text)); });
-  DecodeNumber(text);
+  DbfColumn column;
+  column.width = static_cast<int>(text.size());
+  for (column.decimals = 0; column.decimals < 2; ++column.decimals) DecodeNumber(text, column);
 }
 
 void Dates(const std::string& text) {

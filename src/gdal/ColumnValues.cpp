@@ -88,7 +88,7 @@ std::string BytesFor(const ColumnKind& kind, const Value& value, const DbfText& 
 }
 
 Value ValueOfBytes(const ColumnKind& kind, std::string_view bytes, const DbfText& text) {
-  if (kind.IsNumber()) return DecodeNumberValue(DecodeNumber(bytes), kind.type);
+  if (kind.IsNumber()) return NumberValue(DecodeNumber(bytes, kind.column), kind.type);
   if (kind.column.type == 'D') {
     const auto date = DecodeDate(bytes);
     return date ? Value(*date) : Value(Null{});

@@ -4,8 +4,11 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
+
+#include <cpl_conv.h>
 
 #include "runtime/RuntimeError.h"
 
@@ -293,15 +296,24 @@ std::string_view DbfContent(std::string_view bytes) {
   return bytes.substr(begin, bytes.find_last_not_of(' ') - begin + 1);
 }
 
-double DecodeNumber(std::string_view text) {
-  const auto begin = text.find_first_not_of(' ');
-  if (begin == std::string_view::npos) return 0;
-  text.remove_prefix(begin);
-  if (text.front() == '+') text.remove_prefix(1);
+double DecodeNumber(std::string_view bytes, const DbfColumn& column) {
+  const std::string_view text = DbfContent(bytes);
+  if (text.empty() || text.front() == '*') return 0;
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  const auto isRead = [&](const std::from_chars_result& read) {
+    return read.ec == std::errc() && read.ptr == end;
+  };
+  constexpr int kMost64BitDigits = 18;
+  const bool isWhole = column.decimals == 0 && column.width <= kMost64BitDigits;
+  std::int64_t whole = 0;
   double number = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (result.ec != std::errc() || !std::isfinite(number)) return 0;
-  return number;
+  if (isWhole && isRead(std::from_chars(begin, end, whole))) return static_cast<double>(whole);
+  if (!isWhole && isRead(std::from_chars(begin, end, number))) return number;
+  // Not plainly written: as far as it can be read, and as OGR reads it.
+  const std::string ended(text);
+  if (isWhole) return static_cast<double>(std::strtoll(ended.c_str(), nullptr, 10));
+  return CPLAtof(ended.c_str());
 }
 
 void EncodeDate(const Date& date, char* to) {
@@ -314,25 +326,6 @@ std::optional<Date> DecodeDate(std::string_view text) {
   const std::string_view digits = text.substr(0, 8);
   if (digits.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
   return Date::Parse(digits);
-}
-
-Value DecodeNumberValue(double number, FieldType type) {
-  const auto fits = [&]<class Whole>(Whole) {
-    return number == std::trunc(number) && number >= std::numeric_limits<Whole>::min() &&
-           number <= std::numeric_limits<Whole>::max();
-  };
-  switch (type) {
-    case FieldType::kSmallInteger:
-      if (fits(std::int16_t{})) return static_cast<std::int16_t>(number);
-      [[fallthrough]];
-    case FieldType::kInteger:
-      if (fits(std::int32_t{})) return static_cast<std::int32_t>(number);
-      return number;
-    case FieldType::kSingle:
-      return static_cast<float>(number);
-    default:
-      return number;
-  }
 }
 
 }  // namespace orlinths

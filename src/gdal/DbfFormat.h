@@ -77,15 +77,12 @@ bool EncodeNumber(double number, NumberForm form, int width, int decimals, char*
 /// What stands in a column's bytes, without the blanks around it.
 std::string_view DbfContent(std::string_view bytes);
 
-/// A blank, starred or unreadable number is 0.
-double DecodeNumber(std::string_view text);
+/// The number that stands in a column's bytes; 0 for blank, starred and unreadable ones. In columns
+/// of whole numbers what follows the digits counts for nothing.
+double DecodeNumber(std::string_view bytes, const DbfColumn& column);
 
 /// Eight digits; and back, where anything that is no date is nothing.
 void EncodeDate(const Date& date, char* to);
 std::optional<Date> DecodeDate(std::string_view text);
-
-/// The value of a column whose text (already UTF-8 where it is text) is `text`, in the type of
-/// `field`.
-Value DecodeNumberValue(double number, FieldType type);
 
 }  // namespace orlinths

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "data/ColumnValue.h"
 #include "gdal/StoredRows.h"
 #include "runtime/Files.h"
 #include "runtime/RuntimeError.h"
@@ -261,9 +262,8 @@ bool ShapefileStoreImpl::PendingValue(Oid oid, int field, Value& value) const {
   if (!isEdited_ || (field >= 0 && field < FirstColumn())) return false;
   const Column& column = ColumnAt(field);
   if (column.edits && column.edits->IsTouched(oid)) {
-    value = column.edits->HoldsText()
-                ? ValueOfBytes(column.kind, column.edits->Text(oid), Text())
-                : DecodeNumberValue(column.edits->Number(oid), column.kind.type);
+    value = column.edits->HoldsText() ? ValueOfBytes(column.kind, column.edits->Text(oid), Text())
+                                      : NumberValue(column.edits->Number(oid), column.kind.type);
     return true;
   }
   if (column.fileColumn >= 0) return false;

@@ -1,48 +1,11 @@
 #include "gdal/StoredRows.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <cstdlib>
-
-#include <cpl_conv.h>
 
 #include "data/ColumnValue.h"
 #include "gdal/ShpFormat.h"
-#include "runtime/RuntimeError.h"
 
 namespace orlinths {
-namespace {
-
-/// Columns of whole numbers that fit into 64 bits.
-bool IsWhole(const DbfColumn& column) { return column.decimals == 0 && column.width < 19; }
-
-/// A number that is not plainly written, as far as it can be read: what OGR would make of it.
-double OddNumber(std::string_view text, bool isWhole) {
-  const std::string ended(text);
-  if (isWhole) return static_cast<double>(std::strtoll(ended.c_str(), nullptr, 10));
-  return CPLAtof(ended.c_str());
-}
-
-/// Blank and starred ones are 0.
-double NumberOf(std::string_view bytes, bool isWhole) {
-  const std::string_view text = DbfContent(bytes);
-  if (text.empty() || text.front() == '*') return 0;
-  const char* const begin = text.data();
-  const char* const end = begin + text.size();
-  if (isWhole) {
-    std::int64_t number = 0;
-    const auto read = std::from_chars(begin, end, number);
-    if (read.ec == std::errc() && read.ptr == end) return static_cast<double>(number);
-  } else {
-    double number = 0;
-    const auto read = std::from_chars(begin, end, number);
-    if (read.ec == std::errc() && read.ptr == end && std::isfinite(number)) return number;
-  }
-  return OddNumber(text, isWhole);
-}
-
-}  // namespace
 
 StoredRows::StoredRows(const DatasetFiles& files, const DbfLayout& layout,
                        const std::optional<GeometryDef>& geometry, const std::string& encoding)
@@ -68,15 +31,14 @@ std::string_view StoredRows::Bytes(Oid row, int column) {
 
 Value StoredRows::Get(Oid row, int column, FieldType type) {
   const ColumnKind& kind = columns_[static_cast<std::size_t>(column)];
-  const std::string_view bytes = Bytes(row, column);
-  if (kind.IsNumber()) return NumberValue(NumberOf(bytes, IsWhole(kind.column)), type);
-  return ValueOfBytes(kind, bytes, text_);
+  if (kind.IsNumber()) return NumberValue(DecodeNumber(Bytes(row, column), kind.column), type);
+  return ValueOfBytes(kind, Bytes(row, column), text_);
 }
 
 double StoredRows::GetDouble(Oid row, int column, FieldType type) {
   const ColumnKind& kind = columns_[static_cast<std::size_t>(column)];
   if (!kind.IsNumber() || type == FieldType::kSingle) return ToDouble(Get(row, column, type));
-  return NumberOf(Bytes(row, column), IsWhole(kind.column));
+  return DecodeNumber(Bytes(row, column), kind.column);
 }
 
 void StoredRows::GetText(Oid row, int column, std::string& text) {

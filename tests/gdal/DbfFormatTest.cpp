@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "ShapefileFixture.h"
+#include "data/ColumnValue.h"
 #include "gdal/DbfText.h"
 #include "runtime/RuntimeError.h"
 #include "support/Seeded.h"
@@ -38,6 +39,14 @@ Float AnyFinite(Seeded& random) {
   }
 }
 
+double Decoded(const std::string& text, int decimals) {
+  DbfColumn column;
+  column.type = 'N';
+  column.width = static_cast<int>(text.size());
+  column.decimals = decimals;
+  return DecodeNumber(text, column);
+}
+
 TEST(DbfNumber, EveryDoubleFitsItsColumnAndComesBackToTheBit) {
   Seeded random("DbfNumber.EveryDouble");
   std::vector<double> numbers{0,
@@ -53,7 +62,7 @@ TEST(DbfNumber, EveryDoubleFitsItsColumnAndComesBackToTheBit) {
   for (int i = 0; i < 20000; ++i) numbers.push_back(AnyFinite<double, std::uint64_t>(random));
   for (const double v : numbers) {
     const std::string text = Encoded(v, NumberForm::kExponent, 24, 16);
-    ASSERT_EQ(DecodeNumber(text), v) << text;
+    ASSERT_EQ(Decoded(text, 16), v) << text;
     ASSERT_NE(text.find('e'), std::string::npos) << text;
   }
 }
@@ -63,7 +72,7 @@ TEST(DbfNumber, EverySingleFitsItsColumnAndComesBackToTheBit) {
   for (int i = 0; i < 20000; ++i) {
     const auto v = AnyFinite<float, std::uint32_t>(random);
     const std::string text = Encoded(v, NumberForm::kExponentSingle, 16, 8);
-    ASSERT_EQ(static_cast<float>(DecodeNumber(text)), v) << text;
+    ASSERT_EQ(static_cast<float>(Decoded(text, 8)), v) << text;
   }
 }
 
@@ -97,12 +106,16 @@ TEST(DbfNumber, IsWrittenAsItsColumnSays) {
 }
 
 TEST(DbfNumber, BlankStarredAndUnreadableOnesAreZero) {
-  for (const char* text : {"", "    ", "****", "  **", "abc", "-", "nan", "inf", "1e999"})
-    EXPECT_EQ(DecodeNumber(text), 0) << text;
-  EXPECT_EQ(DecodeNumber("  12"), 12);
-  EXPECT_EQ(DecodeNumber("+12 "), 12);
-  EXPECT_EQ(DecodeNumber(" -1.5E+003"), -1500);
-  EXPECT_EQ(DecodeNumber("12,5"), 12);
+  for (const char* text : {"", "    ", "****", "  **", "abc", "-"})
+    for (const int decimals : {0, 2}) EXPECT_EQ(Decoded(text, decimals), 0) << text;
+  EXPECT_EQ(Decoded("  12", 0), 12);
+  EXPECT_EQ(Decoded("+12 ", 0), 12);
+  EXPECT_EQ(Decoded("12.7", 0), 12) << "a column of whole numbers";
+  EXPECT_EQ(Decoded("12.7", 1), 12.7);
+  EXPECT_EQ(Decoded(" -1.5E+003", 2), -1500);
+  EXPECT_EQ(Decoded("12,5", 2), 12);
+  EXPECT_TRUE(std::isnan(Decoded("nan", 2))) << "what is not finite is for whoever uses it";
+  EXPECT_TRUE(std::isinf(Decoded("1e999", 2)));
 }
 
 TEST(DbfDate, IsEightDigitsAndAnythingElseIsNone) {
@@ -167,9 +180,9 @@ TEST(DbfColumn, ReadsAsThePlatformSays) {
   EXPECT_EQ(text.precision, 20);
   EXPECT_EQ(text.scale, 0);
   // Beyond 32 bits an integer column answers with doubles.
-  EXPECT_EQ(DecodeNumberValue(2147483647, FieldType::kInteger), Value(2147483647));
-  EXPECT_EQ(DecodeNumberValue(2147483648, FieldType::kInteger), Value(2147483648.0));
-  EXPECT_EQ(DecodeNumberValue(9999, FieldType::kSmallInteger), Value(std::int16_t{9999}));
+  EXPECT_EQ(NumberValue(2147483647, FieldType::kInteger), Value(2147483647));
+  EXPECT_EQ(NumberValue(2147483648, FieldType::kInteger), Value(2147483648.0));
+  EXPECT_EQ(NumberValue(9999, FieldType::kSmallInteger), Value(std::int16_t{9999}));
 }
 
 TEST(DbfColumn, NamesThatDbaseCannotHoldAreRefused) {
