@@ -67,7 +67,7 @@ QString ChoiceText(const std::string& caption, const QAbstractButton& box) {
       blank = -1;
     }
   }
-  return text;
+  return EndedLeftToRight(text);
 }
 
 // ---- Captions and buttons

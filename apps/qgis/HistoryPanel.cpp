@@ -51,7 +51,8 @@ QTreeWidgetItem* ItemFor(const std::string& path) {
   const KeptRun run = KeptRunOf(path);
   const CommandInfo* command = FindCommand(run.className);
   auto* item = new QTreeWidgetItem;
-  item->setText(kTool, ToQt(command == nullptr ? run.className : command->caption));
+  item->setText(kTool,
+                EndedLeftToRight(ToQt(command == nullptr ? run.className : command->caption)));
   if (command != nullptr) item->setIcon(kTool, IconOf(*command));
   item->setText(kTime, Told(run.when));
   item->setText(kOutcome, Said(run.outcome));
@@ -82,7 +83,7 @@ HistoryPanel::HistoryPanel(HistoryFiles files, QWidget* parent)
   int column = 0;
   const auto add = [&](const char* name, const QString& text, const QString& tip,
                        void (HistoryPanel::*use)()) {
-    auto* button = new QPushButton(text, content);
+    auto* button = new QPushButton(EndedLeftToRight(text), content);
     button->setObjectName(QString::fromLatin1(name));
     button->setToolTip(tip);
     button->setEnabled(false);

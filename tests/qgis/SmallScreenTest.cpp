@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -181,6 +182,23 @@ TEST_P(SmallScreen, NothingIsCutOffOrCovered) {
             << Shown(*part) << " and " << Shown(*other);
       }
     }
+  });
+}
+
+TEST_P(SmallScreen, EnglishWordsEndWithTheirColonsAndBrackets) {
+  const auto isEnded = [](const QString& text) {
+    const auto lines = text.split(QLatin1Char('\n'));
+    return std::all_of(lines.begin(), lines.end(), [](const QString& line) {
+      return line.isEmpty() || line.endsWith(QChar(0x200E)) == QGuiApplication::isRightToLeft();
+    });
+  };
+  OnEach([&](Dialog& dialog, DialogWindow& window) {
+    for (const auto* button : window.findChildren<QAbstractButton*>()) {
+      if (dialog.FindControl(FromQt(button->objectName())) == nullptr) continue;  // a part of Qt's
+      EXPECT_TRUE(isEnded(button->text())) << FromQt(button->text());
+    }
+    for (const auto* group : window.findChildren<QGroupBox*>())
+      EXPECT_TRUE(isEnded(group->title())) << FromQt(group->title());
   });
 }
 

@@ -106,7 +106,7 @@ def in_the_language_of_its_user():
     need(locale == "" or QCoreApplication.translate("QgisApp", "Ready") != "Ready", "QGIS speaks English")
     menus = window.menuBar()
     for title in ("OrlinthsTools", "Kernel Tools"):
-        found = [action.menu() for action in menus.actions() if action.text().replace("&", "") == title]
+        found = [action.menu() for action in menus.actions() if action.text().strip("\u200e").replace("&", "") == title]
         need(len(found) == 1, f"{title} among {[action.text() for action in menus.actions()]}")
         menus = found[0]
     need(actions()["clsKernel"] in menus.actions(), "not in its menu")
