@@ -1,6 +1,6 @@
 # make demo     builds the tools and runs the examples, which check their own results
-# make test     builds everything and runs all tests (PRESET=sanitized: with address and undefined sanitizers;
-#               PRESET=qgis: with the plugin, in QGIS itself)
+# make test     builds everything and runs all tests (PRESET=qgis: with the plugin, in QGIS itself;
+#               PRESET=sanitized: with the plugin too, under address and undefined sanitizers)
 # make test-qgis  the plugin's tests alone, with a picture of every dialog in build/qgis/pictures
 # make bench    the fast ways against the plain ones
 # make bench-qgis  the same tools on a million features in QGIS and on the command line (BENCH_COUNT, BENCH_ROUNDS)
@@ -24,7 +24,7 @@ LIBRARIES := libgdal-dev libsqlite3-dev libgeos-dev libproj-dev libboost-dev nlo
 QGIS := qgis libqgis-dev qtbase5-dev
 CHECKS := libgtest-dev libgmock-dev libbenchmark-dev gdal-bin
 
-ifeq ($(PRESET),qgis)
+ifneq ($(filter qgis sanitized,$(PRESET)),)
 LIBRARIES += $(QGIS) xvfb xauth
 endif
 

@@ -46,8 +46,8 @@ QgisRun RunQgis(const std::string& profile, const std::string& environment,
                 const std::string& arguments, int copies) {
   const TempFolder apart;
   const std::string log = apart / "log.txt", script = apart / "run.sh";
-  const std::string qgis =
-      "qgis --profiles-path " + ForShell(profile) + " --nologo --noversioncheck " + arguments;
+  const std::string qgis = ORLINTHS_QGIS_UNDER " qgis --profiles-path " + ForShell(profile) +
+                           " --nologo --noversioncheck " + arguments;
   // QGIS writes its settings as it starts: another one waits until that is done.
   std::string lines = "pids=\n";
   for (int i = 0; i < copies; ++i) {
