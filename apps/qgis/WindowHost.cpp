@@ -72,7 +72,7 @@ Ports WindowHost::MakePorts() {
     ShowAllChanges();
     const CursorAtRest atRest;
     const Reply reply = ShowMessageBox(text, flags, title, Parent());
-    ClearUpperVectorRegisters();
+    EventsTaken();
     if (reply != Reply::kOk && onAnswer) onAnswer(text, reply == Reply::kYes);
     return reply;
   };
@@ -126,7 +126,7 @@ void WindowHost::RunModal(Dialog& dialog) {
     loops_[&dialog] = &loop;
     loop.exec();
     loops_.erase(&dialog);
-    ClearUpperVectorRegisters();
+    EventsTaken();
   }
   // An application that is closing leaves every loop.
   if (dialog.IsVisible()) dialog.Unload();
@@ -137,7 +137,10 @@ void WindowHost::DialogHidden(Dialog& dialog) {
   DialogWindow* window = WindowOf(dialog);
   if (window == nullptr) return;
   window->hide();
-  if (const auto loop = loops_.find(&dialog); loop != loops_.end()) loop->second->quit();
+  const auto loop = loops_.find(&dialog);
+  if (loop == loops_.end()) return;
+  loop->second->quit();
+  loops_.erase(loop);
 }
 
 void WindowHost::DialogUnloaded(Dialog& dialog) {
@@ -187,7 +190,15 @@ void WindowHost::ShowAllChanges() {
 void WindowHost::RepaintNow() {
   ShowAllChanges();
   QCoreApplication::processEvents();
+  EventsTaken();
+}
+
+void WindowHost::EventsTaken() {
   ClearUpperVectorRegisters();
+  // An application that is left ends every loop, and those that wait for work to return would wait
+  // until it is done.
+  const auto isEnded = [](const auto& open) { return !open.second->isRunning(); };
+  if (IsAtWork() && std::ranges::any_of(loops_, isEnded)) RequestStop();
 }
 
 void WindowHost::Yield() {
@@ -248,6 +259,7 @@ bool WindowHost::Pick(const Question& question, Choice& choice) {
     isChosen = answer->holds(question, choice);
   } else {
     isChosen = AskForFile(question, choice, Parent());
+    EventsTaken();
   }
   if (onPick) onPick(isChosen ? steps::Pick{choice.FullName()} : steps::Pick{});
   return isChosen;
@@ -262,6 +274,7 @@ bool WindowHost::PickSpatialReference(const ReferenceQuestion& question,
     reference = ReferenceNamed(answer->pick.text.value_or(""));
   else
     isChosen = AskForReference(question, reference, Parent());
+  EventsTaken();
   if (!onPick) return isChosen;
   steps::Pick pick;
   pick.isReference = true;

@@ -83,12 +83,14 @@ class WindowHost : public QObject, public IDialogHost, private IWidgetHost {
   void ShowChangesSoon();
   void ShowAllChanges();
   void RepaintNow();
+  /// Comes after every time in which users could do what they like.
+  void EventsTaken();
 
   QWidget* mainWindow_;
   std::map<const Dialog*, QPointer<DialogWindow>> windows_;
-  std::map<const Dialog*, QEventLoop*> loops_;
-  std::vector<Dialog*> shown_;         ///< the one on top last
-  std::vector<const Dialog*> atWork_;  ///< whose handlers are running
+  std::map<const Dialog*, QEventLoop*> loops_;  ///< of those that have not been closed
+  std::vector<Dialog*> shown_;                  ///< the one on top last
+  std::vector<const Dialog*> atWork_;           ///< whose handlers are running
   bool changesPending_ = false;
   Throttle throttle_;
 };

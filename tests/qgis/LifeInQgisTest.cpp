@@ -2,11 +2,14 @@
 // come and go, until QGIS is left.
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "QgisProcess.h"
+#include "data/Workspace.h"
+#include "qgis/HistoryFiles.h"
 #include "runtime/Files.h"
 #include "session/SessionFile.h"
 #include "support/TempFolder.h"
@@ -15,7 +18,12 @@ namespace orlinths {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAre;
+
+/// As life.py makes them.
+constexpr std::int64_t kFixes = 60'000, kFixesOfAPath = 100;
 
 class LifeInQgis : public ::testing::Test {
  protected:
@@ -43,6 +51,33 @@ class LifeInQgis : public ::testing::Test {
       paths.push_back(JoinPath(history, name));
     return paths;
   }
+  /// How the runs since the last call ended, the first one first.
+  std::vector<RunOutcome> TakeOutcomes() {
+    std::vector<RunOutcome> outcomes;
+    for (const std::string& run : History()) {
+      outcomes.push_back(KeptRunOf(run).outcome.value());
+      fs::remove(run);
+    }
+    return outcomes;
+  }
+  /// Every row that life.py made is there, and nothing lies beside its files.
+  void ExpectWholeFixes() {
+    std::vector<std::string> names;
+    for (const std::string& name : files::NamesIn(folder / "data"))
+      if (name.starts_with("many")) names.push_back(name);
+    EXPECT_THAT(names,
+                UnorderedElementsAre("many.cpg", "many.dbf", "many.prj", "many.shp", "many.shx"));
+    const auto fixes = OpenFeatureClassByPath(folder / "data/many.shp");
+    ASSERT_NE(fixes, nullptr);
+    const int path = fixes->FindField("PATH");
+    ASSERT_GE(path, 0);
+    std::int64_t count = 0, wrong = 0;
+    const auto rows = fixes->Search();
+    for (; const IFeature* fix = rows->Next(); ++count)
+      if (ToLong(fix->GetValue(path)) != count / kFixesOfAPath) ++wrong;
+    EXPECT_EQ(count, kFixes);
+    EXPECT_EQ(wrong, 0);
+  }
 
   TempFolder folder;
 };
@@ -61,6 +96,32 @@ TEST_F(LifeInQgis, QgisCanBeLeftWithADialogOpen) { Live("left_with_a_dialog_open
 TEST_F(LifeInQgis, QgisCanBeLeftWhileARunIsAtWork) {
   Live("left_at_work");
   EXPECT_EQ(History().size(), 1U);
+}
+
+TEST_F(LifeInQgis, ARunStopsWhenQgisIsLeftAmidIt) {
+  for (const std::string how : {"left_by_its_menu_amid_a_run", "ended_amid_a_run"}) {
+    SCOPED_TRACE(how);
+    Live(how);
+    EXPECT_THAT(TakeOutcomes(), ElementsAre(RunOutcome::kStopped));
+    ExpectWholeFixes();
+    for (const char* ending : {"shp", "shx", "dbf", "prj", "cpg"})
+      fs::remove(folder / "data/many." + ending);
+  }
+  Live("left_by_its_window_amid_a_run_on_memory");
+  EXPECT_THAT(TakeOutcomes(), ElementsAre(RunOutcome::kStopped));
+}
+
+TEST_F(LifeInQgis, WindowsThatAreToCloseAmidARunStopItFirst) {
+  Live("every_window_closed_amid_a_run");
+  EXPECT_THAT(TakeOutcomes(), ElementsAre(RunOutcome::kStopped));
+  ExpectWholeFixes();
+}
+
+TEST_F(LifeInQgis, ALayerCanGoAmidItsRun) {
+  Live("a_layer_goes_amid_its_run");
+  // A file stays where it is; what was only in memory is no more.
+  EXPECT_THAT(TakeOutcomes(), ElementsAre(RunOutcome::kSucceeded, RunOutcome::kFailed));
+  ExpectWholeFixes();
 }
 
 TEST_F(LifeInQgis, QgisCanBeLeftWithThePluginSwitchedOff) { Live("a_run,left_switched_off"); }

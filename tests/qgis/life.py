@@ -5,7 +5,7 @@ import shutil
 
 from hands import PREFIX, actions, canvas, choose, click, is_ours, leave, need, project, run, say, settle, type_into
 from hands import window, with_dialog
-from qgis.core import QgsLocator, QgsLocatorContext, QgsVectorLayer
+from qgis.core import QgsFeature, QgsGeometry, QgsLocator, QgsLocatorContext, QgsPointXY, QgsVectorFileWriter, QgsVectorLayer
 from qgis.gui import QgsGui
 from qgis.PyQt import sip
 from qgis.PyQt.QtCore import QCoreApplication, QEvent, QLocale, QObject, QPoint, Qt, QTimer
@@ -14,6 +14,7 @@ from qgis.PyQt.QtWidgets import QApplication, QComboBox, QDockWidget, QListView,
 from qgis.utils import iface
 
 DATA = os.environ["ORLINTHS_DATA"]
+FIXES, FIXES_OF_A_PATH = 60000, 100
 
 
 def traces():
@@ -220,6 +221,81 @@ def left_at_work():
     """QGIS is closed while a run waits in a message."""
     add("nests.shp", "nests")
     with_dialog("clsXYAdd", add_xy, lambda box: leave())
+
+
+def many_fixes(kind):
+    """Locations of many animals, so many that a run on them goes on for a while."""
+    made = QgsVectorLayer("Point?crs=EPSG:32612&field=PATH:integer", "many", "memory")
+    rows = []
+    for i in range(FIXES):
+        row = QgsFeature(made.fields())
+        row.setAttributes([i // FIXES_OF_A_PATH])
+        row.setGeometry(QgsGeometry.fromPointXY(QgsPointXY(400000 + i % 100, 4600000 + (i * i) % 97)))
+        rows.append(row)
+    need(made.dataProvider().addFeatures(rows)[0], "rows")
+    if kind == "file":
+        options = QgsVectorFileWriter.SaveVectorOptions()
+        options.driverName = "ESRI Shapefile"
+        QgsVectorFileWriter.writeAsVectorFormatV3(made, os.path.join(DATA, "many.shp"), project.transformContext(), options)
+        return add("many.shp", "many")
+    project.addMapLayer(made)
+    return made
+
+
+def amid_a_run(kind, disturb):
+    """Does that while a tool goes over the rows. Gives the layer, or nothing once it is gone."""
+    layer = many_fixes(kind)
+    fields = [field.name() for field in layer.fields()]
+    disturbed = []
+
+    def once():
+        if not disturbed and QApplication.overrideCursor() is not None:
+            disturbed.append(True)
+            project.setDirty(False)
+            disturb(layer)
+
+    def use(dialog):
+        choose(dialog, "cmbPL", "many")
+        choose(dialog, "cmbPathID", "PATH")
+        at_work = QTimer()
+        at_work.timeout.connect(once)
+        at_work.start(0)
+        click(dialog, "btnOK")
+        at_work.stop()
+
+    with_dialog("clsMoveParamsSimple", use)
+    need(disturbed, "over before it could be disturbed")
+    if sip.isdeleted(layer):
+        return None
+    need(layer.featureCount() == FIXES, "rows")
+    need([field.name() for field in layer.fields()][: len(fields)] == fields, "columns")
+    return layer
+
+
+def left_by_its_menu_amid_a_run():
+    amid_a_run("file", lambda layer: iface.actionExit().trigger())
+
+
+def left_by_its_window_amid_a_run_on_memory():
+    amid_a_run("memory", lambda layer: window.close())
+
+
+def ended_amid_a_run():
+    """As by a script, with the project open."""
+    amid_a_run("file", lambda layer: QCoreApplication.exit(0))
+
+
+def every_window_closed_amid_a_run():
+    """As at the end of a user's day: the run comes first, QGIS stays."""
+    layer = amid_a_run("file", lambda layer: QApplication.closeAllWindows())
+    need(layer is not None, "the layer is gone")
+    need(window.isVisible(), "QGIS is gone")
+
+
+def a_layer_goes_amid_its_run():
+    for kind in "file", "memory":
+        need(amid_a_run(kind, lambda layer: project.removeMapLayer(layer.id())) is None, "still there")
+        iface.newProject(False)
 
 
 def left_with_the_digitiser_in_hand():
