@@ -14,7 +14,7 @@ PLUGIN_DIR ?= /usr/lib/qgis/plugins
 BUILD := build/$(PRESET)
 JOBS ?= $(shell nproc)
 BENCH_COUNT ?= 1000000
-BENCH_ROUNDS ?= 3
+BENCH_ROUNDS ?= 7
 CMAKE_FLAGS ?=
 # What the demo runs, one after the other: each a script that checks its own results.
 EXAMPLES ?= luxembourg elevation storm-tracks home-ranges

@@ -33,7 +33,7 @@ void SourceRow::Become(Oid oid) {
 }
 
 void SourceRow::ForgetChanges() {
-  changes_.clear();
+  changeCount_ = 0;
   // The shape just stored is what the row shows from now on.
   shapeChanged_ = false;
 }
@@ -60,7 +60,7 @@ int SourceRow::ColumnOf(int field) const {
 
 Value SourceRow::GetValue(int field) const {
   const int column = ColumnOf(field);
-  for (const Change& change : changes_)
+  for (const Change& change : Changes())
     if (change.field == field) return change.isDouble ? Value(change.number) : change.value;
   if (field == 0) return OidValue(oid_);
   if (field < source_.FirstColumn()) return {};
@@ -72,7 +72,7 @@ Value SourceRow::GetValue(int field) const {
 
 int SourceRow::PlainColumnOf(int field) const {
   const int column = ColumnOf(field);
-  return changes_.empty() && !source_.HasPendingEdits() ? column : -1;
+  return changeCount_ == 0 && !source_.HasPendingEdits() ? column : -1;
 }
 
 double SourceRow::GetDouble(int field) const {
@@ -101,9 +101,12 @@ bool SourceRow::IsNull(int field) const {
 SourceRow::Change& SourceRow::ChangeOf(int field) {
   ColumnOf(field);
   if (!writable_ || field < source_.FirstColumn()) RaiseNotEditable(Fields()[field]);
-  for (Change& change : changes_)
-    if (change.field == field) return change;
-  return changes_.emplace_back(Change{field, false, 0, {}});
+  for (std::size_t i = 0; i < changeCount_; ++i)
+    if (changes_[i].field == field) return changes_[i];
+  if (changeCount_ == changes_.size()) changes_.emplace_back();
+  Change& change = changes_[changeCount_++];
+  change.field = field;
+  return change;
 }
 
 void SourceRow::SetValue(int field, const Value& value) {

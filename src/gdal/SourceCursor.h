@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,12 +34,12 @@ class SourceRow : public IRow {
   void SetShape(Geometry shape) override;
 
   struct Change {
-    int field;
-    bool isDouble;
-    double number;
-    Value value;
+    int field = -1;
+    bool isDouble = false;
+    double number = 0;
+    Value value;  ///< stands where it is no double
   };
-  const std::vector<Change>& Changes() const { return changes_; }
+  std::span<const Change> Changes() const { return {changes_.data(), changeCount_}; }
   const Geometry* ChangedShape() const { return shapeChanged_ ? &shape_ : nullptr; }
   void ForgetChanges();
   /// Follows a renumbering: rows `removed` (ascending) are gone and the rest moved up. -1 is the
@@ -71,7 +72,10 @@ class SourceRow : public IRow {
   std::optional<std::vector<std::string>> onlyFields_;
   bool writable_;
   Oid oid_ = -1;
+  // The first so many are the row's own; the others wait for the next row, so that none is made and
+  // destroyed for each.
   std::vector<Change> changes_;
+  std::size_t changeCount_ = 0;
   mutable Geometry shape_;
   mutable bool shapeKnown_ = false;
   bool shapeChanged_ = false;
